@@ -1,0 +1,81 @@
+// Cost of the frame and of logging against the simulated modem.
+//   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench
+#include <benchmark/benchmark.h>
+
+#include <vornpal/log.h>
+#include <vornpal/platform/vorn_m2m_service_v01.h>
+#include <vornpal/qmi.h>
+#include <vornsim/sim.h>
+
+#include "foundation/log_site.h"
+#include "qmi/request.h"
+
+namespace {
+
+struct Resp {
+  qmi_response_type_v01 resp;
+  uint32_t value;
+};
+
+constexpr unsigned kMsg = 24;
+
+qmi_client_type connect_m2m() {
+  vornsim::reset();
+  vornsim::set_diag_record(false);
+  vornsim::on(vornsim::Svc::M2M, kMsg, vornsim::typed<vorn::qmi::NoRequest, Resp>(
+                                           [](const vorn::qmi::NoRequest &, Resp &r) { r.value = 1; }));
+  vorn_qmi_client client{};
+  client.service_object = vorn_m2m_get_service_object_internal_v01(1, 1, 6);
+  vorn_qmi_register(&client, 1);
+  return client.handle;
+}
+
+void BM_RawRoundTrip(benchmark::State &state) {
+  qmi_client_type handle = connect_m2m();
+  for (auto _ : state) {
+    Resp resp{};
+    benchmark::DoNotOptimize(qmi_client_send_msg_sync(handle, kMsg, nullptr, 0, &resp, sizeof resp, 3000));
+  }
+  qmi_client_release(handle);
+}
+BENCHMARK(BM_RawRoundTrip);
+
+void BM_FrameRequest(benchmark::State &state) {
+  qmi_client_type handle = connect_m2m();
+  vorn::qmi::NoRequest req;
+  for (auto _ : state) {
+    Resp resp;
+    benchmark::DoNotOptimize(vorn::qmi::send_checked("QMI_VORN_M2M_GET_CFUN_REQ_V01", handle, kMsg,
+                                                     req, resp, 3000));
+  }
+  qmi_client_release(handle);
+}
+BENCHMARK(BM_FrameRequest);
+
+void BM_LogBelowThreshold(benchmark::State &state) {
+  vorn_set_log_level(1);
+  for (auto _ : state) VORN_LOG(VORN_DBUG, "suppressed %d\n", 1);
+}
+BENCHMARK(BM_LogBelowThreshold);
+
+void BM_LogDiag(benchmark::State &state) {
+  vornsim::set_diag_record(false);
+  vorn_set_log_tool_enable(1);
+  for (auto _ : state) VORN_LOG(VORN_ERR, "to diag %d\n", 1);
+}
+BENCHMARK(BM_LogDiag);
+
+void discard(const char *) {}
+
+void BM_LogConsole(benchmark::State &state) {
+  vorn_set_log_tool_enable(0);
+  set_print_interface(discard);
+  for (auto _ : state) VORN_LOG(VORN_ERR, "to console %d\n", 1);
+  set_print_interface(nullptr);
+  vorn_set_log_tool_enable(1);
+}
+BENCHMARK(BM_LogConsole);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,16 @@
+# Compiler settings shared by every target of the project.
+add_compile_options(-Wall -Wextra -Werror)
+
+if(VORNPAL_SANITIZE)
+  add_compile_options(-fsanitize=${VORNPAL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VORNPAL_SANITIZE})
+endif()
+
+# Tests run each executable in a private root (see tools/sandbox). On a cross
+# build the executable runs under the emulator inside that sandbox.
+set(VORNPAL_SANDBOX ${PROJECT_SOURCE_DIR}/tools/sandbox/vornpal-sandbox)
+if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
+  set(VORNPAL_TEST_EMULATOR ${CMAKE_CROSSCOMPILING_EMULATOR})
+else()
+  set(VORNPAL_TEST_EMULATOR "")
+endif()

@@ -1,0 +1,21 @@
+/* UIM service: service object and the message structures libvornpal uses. */
+#ifndef VORNPAL_PLATFORM_USER_IDENTITY_MODULE_V01_H
+#define VORNPAL_PLATFORM_USER_IDENTITY_MODULE_V01_H
+
+#include <vornpal/platform/common_v01.h>
+#include <vornpal/platform/qmi_idl_lib.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define UIM_SERVICE_ID_V01 0x0B
+
+qmi_idl_service_object_type uim_get_service_object_internal_v01(int32_t idl_maj_version,
+    int32_t idl_min_version, int32_t library_version);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,170 @@
+// Control API of the simulated modem.
+//
+// The simulated modem implements the platform boundary that libvornpal
+// imports (the QMI client library, the service objects and the diag sink) on
+// a development host. Tests and vornpalctl drive it through this API.
+//
+// Messages are the plain C structures of the service headers: a request's
+// bytes are the request structure as the client passed it, and a handler
+// fills the response structure in place.
+//
+// Durations given here are modem milliseconds; like the library's own waits
+// they are divided by VORNPAL_TIME_SCALE.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace vornsim {
+
+enum class Svc { WDS, NAS, WMS, UIM, DMS, VOICE, IMSS, IMSA, M2M };
+constexpr int kServiceCount = 9;
+const char *name(Svc svc);
+std::optional<Svc> svc_from_name(const std::string &name);
+
+// A request as it reached the modem.
+struct Request {
+  Svc svc;
+  unsigned msg_id;
+  std::vector<uint8_t> bytes;
+  unsigned timeout_ms;  // 0 for asynchronous requests
+  bool async;
+
+  // The request structure, zero-extended when the client sent fewer bytes.
+  template <class T>
+  T as() const {
+    static_assert(std::is_trivially_copyable_v<T>);
+    T value{};
+    std::memcpy(&value, bytes.data(), bytes.size() < sizeof value ? bytes.size() : sizeof value);
+    return value;
+  }
+};
+
+// A handler answers one message: it fills `resp` (zeroed, resp_len bytes,
+// starting with the result and error words) and returns the transport code,
+// normally 0.
+using Handler = std::function<int(const Request &req, void *resp, size_t resp_len)>;
+
+// Typed form: the request and response structures of the service header.
+template <class Req, class Resp>
+Handler typed(std::function<void(const Req &, Resp &)> fn) {
+  return [fn](const Request &req, void *resp, size_t resp_len) {
+    Resp typed_resp{};
+    std::memcpy(&typed_resp, resp, resp_len < sizeof typed_resp ? resp_len : sizeof typed_resp);
+    fn(req.as<Req>(), typed_resp);
+    std::memcpy(resp, &typed_resp, resp_len < sizeof typed_resp ? resp_len : sizeof typed_resp);
+    return 0;
+  };
+}
+
+// Sets the result and error words at the start of a response.
+void refuse(void *resp, size_t resp_len, uint32_t error);
+
+// A fault on one message. Applies to the next `count` requests (-1: all).
+struct Fault {
+  int transport_rc = 0;     // nonzero: returned to the client, no response
+  bool refuse = false;      // answer with result 1 and `error`, the handler is not run
+  uint32_t error = 0;
+  unsigned delay_ms = 0;    // the answer comes this late
+  int count = -1;
+};
+
+// --- the modem as a whole ---------------------------------------------------
+
+// A fresh modem: every service up, every service's default handlers and
+// state, no faults, recordings cleared, diag reset. Waits until nothing of
+// the previous modem is in flight.
+void reset();
+
+// Services that come and go. Bringing a service up signals its notifiers.
+void set_service_up(Svc svc, bool up);
+bool service_up(Svc svc);
+// The service comes up `ms` after this call (it is down until then).
+void service_up_after(Svc svc, unsigned ms);
+// The accessor of the service's object returns null.
+void set_service_object_missing(Svc svc, bool missing);
+
+// --- messages ---------------------------------------------------------------
+
+void on(Svc svc, unsigned msg_id, Handler handler);
+void set_fault(Svc svc, unsigned msg_id, const Fault &fault);
+void clear_faults();
+// Decoding of this indication fails with `rc` (0 to stop failing).
+void set_decode_fault(Svc svc, unsigned msg_id, int rc);
+
+std::vector<Request> requests();
+std::vector<Request> requests(Svc svc, std::optional<unsigned> msg_id = std::nullopt);
+void clear_requests();
+
+// An indication to every client of the service, delivered on the modem's
+// own thread.
+void indicate(Svc svc, unsigned msg_id, const void *data, size_t len);
+template <class T>
+void indicate(Svc svc, unsigned msg_id, const T &ind) {
+  indicate(svc, msg_id, &ind, sizeof ind);
+}
+// Waits until every queued indication and asynchronous answer was delivered.
+void drain();
+// True when the calling thread is the modem's delivery thread.
+bool on_modem_thread();
+
+// --- what the clients did ---------------------------------------------------
+
+struct Counters {
+  int clients_live;          // connected clients not yet released
+  int notifiers_live;        // notifiers not yet released
+  int releases_failed;       // releases of unknown or already released handles
+  std::vector<unsigned> signal_waits;      // time-out of each qmi_cci_os_signal_wait
+  std::vector<int> xports;                 // qmi_cci_qmux_xport_register calls
+  std::vector<std::string> accessor_calls; // "WDS 1.187.6" for each accessor call
+};
+Counters counters();
+
+// --- diag sink --------------------------------------------------------------
+
+struct DiagLine {
+  int line;
+  int ss_id;
+  uint32_t mask;
+  std::string fmt;
+  std::string file;
+  int pid;
+  std::string func;
+  std::string text;
+};
+std::vector<DiagLine> diag_lines();
+void clear_diag();
+// Lines are also written to standard error.
+void set_diag_echo(bool echo);
+// Lines are kept for diag_lines() (the default); benchmarks turn this off.
+void set_diag_record(bool record);
+// Diag_LSM_Init succeeds only when ok; returns the calls so far.
+void set_diag_init_ok(bool ok);
+int diag_init_calls();
+
+// --- service state modules --------------------------------------------------
+//
+// Each service with state of its own (NV store, calls, SIM, ...) registers a
+// module: reset() installs its default handlers on a fresh modem, save() and
+// load() keep its state in a directory so that several processes can share
+// one modem in turn.
+struct Module {
+  const char *name;
+  void (*reset)();
+  void (*save)(const std::string &dir);
+  void (*load)(const std::string &dir);
+};
+struct ModuleRegistrar {
+  explicit ModuleRegistrar(const Module &module);
+};
+
+// State of every module to and from `dir`.
+void save_state(const std::string &dir);
+void load_state(const std::string &dir);
+
+}  // namespace vornsim

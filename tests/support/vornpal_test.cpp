@@ -1,0 +1,95 @@
+#include "vornpal_test.h"
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+
+#include <vornpal/log.h>
+
+namespace vt {
+
+std::string read_file(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+bool file_exists(const std::string &path) {
+  struct stat st {};
+  return stat(path.c_str(), &st) == 0;
+}
+
+void make_dirs(const std::string &path) {
+  for (size_t pos = 1; pos != std::string::npos;) {
+    pos = path.find('/', pos + 1);
+    mkdir(path.substr(0, pos).c_str(), 0755);
+  }
+}
+
+void write_file(const std::string &path, const std::string &content) {
+  make_dirs(path.substr(0, path.rfind('/')));
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << content;
+  ASSERT_TRUE(out.good()) << "cannot write " << path;
+}
+
+void remove_tree(const std::string &path) { sh("rm -rf '" + path + "'"); }
+
+std::vector<std::string> diag_texts() {
+  std::vector<std::string> texts;
+  for (const auto &line : vornsim::diag_lines()) texts.push_back(line.text);
+  return texts;
+}
+
+int count_logged(const std::string &text) {
+  int count = 0;
+  for (const auto &line : vornsim::diag_lines()) count += line.text == text;
+  return count;
+}
+
+bool logged(const std::string &text) { return count_logged(text) > 0; }
+
+void bind_over(const std::string &target, const std::string &content) {
+  static int serial = 0;
+  std::string source = "/run/vt-bind-" + std::to_string(++serial);
+  write_file(source, content);
+  ASSERT_EQ(mount(source.c_str(), target.c_str(), nullptr, MS_BIND, nullptr), 0)
+      << "bind over " << target;
+}
+
+namespace {
+std::mutex console_mutex;
+std::vector<std::string> console_lines;
+void capture_line(const char *line) {
+  std::lock_guard<std::mutex> lock(console_mutex);
+  console_lines.emplace_back(line);
+}
+}  // namespace
+
+ConsoleCapture::ConsoleCapture() {
+  {
+    std::lock_guard<std::mutex> lock(console_mutex);
+    console_lines.clear();
+  }
+  set_print_interface(capture_line);
+}
+
+ConsoleCapture::~ConsoleCapture() { set_print_interface(nullptr); }
+
+std::vector<std::string> ConsoleCapture::lines() const {
+  std::lock_guard<std::mutex> lock(console_mutex);
+  return console_lines;
+}
+
+int sh(const std::string &command) {
+  int status = std::system(command.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace vt

@@ -1,0 +1,45 @@
+// Helpers shared by the test executables. Every test process runs inside the
+// sandbox (its own /data, /tmp, /dev/kmsg, ...), with a fresh simulated modem
+// before each test and the library's waits shortened by VORNPAL_TIME_SCALE.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <vornsim/sim.h>
+
+namespace vt {
+
+// Whole file, or "" when it cannot be read.
+std::string read_file(const std::string &path);
+bool file_exists(const std::string &path);
+// Writes (creating parent directories); fails the test when it cannot.
+void write_file(const std::string &path, const std::string &content);
+void make_dirs(const std::string &path);
+void remove_tree(const std::string &path);
+
+// The texts of the diag lines logged so far (see vornsim::diag_lines).
+std::vector<std::string> diag_texts();
+// True when some diag line's text equals `text`.
+bool logged(const std::string &text);
+// Number of diag lines whose text equals `text`.
+int count_logged(const std::string &text);
+
+// Binds a file holding `content` over `target` (e.g. /proc/cmdline) for the
+// rest of the test process.
+void bind_over(const std::string &target, const std::string &content);
+
+// Console lines of the log manager while an instance lives (console mode).
+class ConsoleCapture {
+ public:
+  ConsoleCapture();
+  ~ConsoleCapture();
+  std::vector<std::string> lines() const;
+};
+
+// Runs a shell command inside the sandbox; its exit status.
+int sh(const std::string &command);
+
+}  // namespace vt

@@ -1,0 +1,79 @@
+// vornpalctl: commands by family, text output for people and --json for
+// scripts. Each family adds its commands in a file of its own with a
+// Registrar:
+//
+//   static ctl::Registrar reg({
+//       {"nv read", "PATH [--hex]", "read an NV item or EFS file", cmd_nv_read},
+//   });
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ctl {
+
+// Collects named values and prints them as "name: value" lines, or as one
+// JSON object with --json.
+class Output {
+ public:
+  explicit Output(bool json) : json_(json) {}
+  ~Output();
+  void field(const std::string &name, const std::string &value);
+  void field(const std::string &name, const char *value) { field(name, std::string(value)); }
+  void field(const std::string &name, long long value);
+  void field(const std::string &name, int value) { field(name, static_cast<long long>(value)); }
+  void field(const std::string &name, unsigned value) { field(name, static_cast<long long>(value)); }
+  void field(const std::string &name, bool value);
+  // A line of free text (text mode) or an element of "lines" (JSON).
+  void line(const std::string &text);
+  // Prints what was collected so far (events of `watch` go out one by one).
+  void flush();
+  bool json() const { return json_; }
+
+ private:
+  bool json_;
+  std::vector<std::pair<std::string, std::string>> fields_;  // value already JSON-encoded
+  std::vector<std::string> lines_;
+};
+
+std::string json_string(const std::string &text);
+std::string hex(const void *data, size_t len);
+
+using Args = std::vector<std::string>;
+using Run = int (*)(const Args &args, Output &out);
+
+struct Command {
+  const char *path;   // words that select the command, e.g. "log level"
+  const char *usage;  // arguments after the path
+  const char *help;
+  Run run;
+};
+
+struct Registrar {
+  Registrar(std::initializer_list<Command> commands);
+};
+
+// A command's usage error: prints the usage, returns the exit status 2.
+int usage_error(const Command &command);
+int fail(Output &out, const std::string &what, int rc);
+
+// Parses a number in decimal or 0x hexadecimal; false when it is not one.
+bool parse_number(const std::string &text, long long &value);
+
+// An event source of `watch`: start() registers callbacks that print
+// through `emit`; each family adds one.
+using Emit = std::function<void(const std::string &family, const std::string &text)>;
+struct WatchSource {
+  const char *family;
+  void (*start)(const Emit &emit);
+};
+struct WatchRegistrar {
+  explicit WatchRegistrar(const WatchSource &source);
+};
+const std::vector<WatchSource> &watch_sources();
+
+}  // namespace ctl

@@ -1,0 +1,96 @@
+#include <cstdio>
+#include <cstdlib>
+
+#include "ctl.h"
+
+namespace ctl {
+
+std::string json_string(const std::string &text) {
+  std::string out = "\"";
+  for (unsigned char c : text) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (c < 0x20) {
+          char esc[8];
+          std::snprintf(esc, sizeof esc, "\\u%04x", c);
+          out += esc;
+        } else {
+          out += static_cast<char>(c);
+        }
+    }
+  }
+  return out + "\"";
+}
+
+std::string hex(const void *data, size_t len) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string out;
+  const auto *bytes = static_cast<const unsigned char *>(data);
+  for (size_t i = 0; i < len; ++i) {
+    out += kDigits[bytes[i] >> 4];
+    out += kDigits[bytes[i] & 15];
+  }
+  return out;
+}
+
+Output::~Output() { flush(); }
+
+void Output::field(const std::string &name, const std::string &value) {
+  fields_.emplace_back(name, json_ ? json_string(value) : value);
+}
+
+void Output::field(const std::string &name, long long value) {
+  fields_.emplace_back(name, std::to_string(value));
+}
+
+void Output::field(const std::string &name, bool value) {
+  fields_.emplace_back(name, value ? "true" : "false");
+}
+
+void Output::line(const std::string &text) { lines_.push_back(text); }
+
+void Output::flush() {
+  if (fields_.empty() && lines_.empty()) return;
+  if (json_) {
+    std::string object = "{";
+    for (size_t i = 0; i < fields_.size(); ++i)
+      object += (i ? ", " : "") + json_string(fields_[i].first) + ": " + fields_[i].second;
+    if (!lines_.empty()) {
+      object += std::string(fields_.empty() ? "" : ", ") + "\"lines\": [";
+      for (size_t i = 0; i < lines_.size(); ++i) object += (i ? ", " : "") + json_string(lines_[i]);
+      object += "]";
+    }
+    std::printf("%s}\n", object.c_str());
+  } else {
+    for (const auto &[name, value] : fields_) std::printf("%s: %s\n", name.c_str(), value.c_str());
+    for (const auto &text : lines_) std::printf("%s\n", text.c_str());
+  }
+  std::fflush(stdout);
+  fields_.clear();
+  lines_.clear();
+}
+
+int usage_error(const Command &command) {
+  std::fprintf(stderr, "usage: vornpalctl %s %s\n", command.path, command.usage);
+  return 2;
+}
+
+int fail(Output &out, const std::string &what, int rc) {
+  out.field("error", what);
+  out.field("rc", rc);
+  return 1;
+}
+
+bool parse_number(const std::string &text, long long &value) {
+  if (text.empty()) return false;
+  char *end = nullptr;
+  value = std::strtoll(text.c_str(), &end, 0);
+  return end != nullptr && *end == '\0';
+}
+
+}  // namespace ctl
