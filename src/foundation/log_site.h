@@ -22,7 +22,7 @@ constexpr const char kDiagFormat[] = "VORN-FWA[%d] %s(): %s";
 
 #define VORN_LOG(level, ...)                                                           \
   do {                                                                                 \
-    static const msg_const_type vorn_log_site_ = {                                    \
+    const msg_const_type vorn_log_site_ = {                                           \
         {static_cast<uint16_t>(__LINE__), VORN_DIAG_SSID, vorn::log::diag_mask(level)}, \
         vorn::log::kDiagFormat, __FILE__};                                             \
     char *vorn_log_buf_ = static_cast<char *>(calloc(1, VORN_LOG_MSG_BUF_SIZE));       \
