@@ -9,8 +9,10 @@ endif()
 # Tests run each executable in a private root (see tools/sandbox). On a cross
 # build the executable runs under the emulator inside that sandbox.
 set(VORNPAL_SANDBOX ${PROJECT_SOURCE_DIR}/tools/sandbox/vornpal-sandbox)
+set(VORNPAL_SANDBOX_EXPOSE --expose ${PROJECT_BINARY_DIR} --expose ${PROJECT_SOURCE_DIR})
 if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
   set(VORNPAL_TEST_EMULATOR ${CMAKE_CROSSCOMPILING_EMULATOR})
+  list(APPEND VORNPAL_SANDBOX_EXPOSE --expose ${VORNPAL_ARMHF_SYSROOT})
 else()
   set(VORNPAL_TEST_EMULATOR "")
 endif()

@@ -96,7 +96,7 @@ TEST_F(LogTest, LogEnableFileHoldsTheInverseOfTheFlag) {
 // Diag comes up lazily and a failed start is retried with the next message.
 // Run in a fresh process, where nothing has started diag yet.
 TEST(LogFreshProcess, FailedDiagStartIsRetried) {
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  VT_NEEDS_FRESH_PROCESS();
   EXPECT_EXIT(
       {
         vornsim::set_diag_init_ok(false);
@@ -228,7 +228,7 @@ TEST_F(WatchTest, AlternatesBetweenTheTwoFilesPastOneMebibyte) {
 }
 
 TEST_F(WatchTest, NoUptimeNoLine) {
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  ::testing::FLAGS_gtest_death_test_style = "fast";
   EXPECT_EXIT(
       {
         vt::bind_over("/proc/uptime", "not a number\n");

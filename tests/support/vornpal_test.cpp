@@ -87,6 +87,8 @@ std::vector<std::string> ConsoleCapture::lines() const {
   return console_lines;
 }
 
+bool emulated() { return std::getenv("VORNPAL_EMULATED") != nullptr; }
+
 int sh(const std::string &command) {
   int status = std::system(command.c_str());
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -42,4 +42,17 @@ class ConsoleCapture {
 // Runs a shell command inside the sandbox; its exit status.
 int sh(const std::string &command);
 
+// True under the emulator of a cross build (qemu-arm), where a test process
+// cannot re-execute itself.
+bool emulated();
+
 }  // namespace vt
+
+// For death tests that need a fresh process ("threadsafe" style, which
+// re-executes the test binary): skipped under the emulator. Death tests of
+// the default "fast" style (fork only) run everywhere.
+#define VT_NEEDS_FRESH_PROCESS()                                                  \
+  do {                                                                           \
+    if (vt::emulated()) GTEST_SKIP() << "needs to re-execute the test binary";    \
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";                       \
+  } while (0)
