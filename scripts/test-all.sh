@@ -1,0 +1,62 @@
+#!/bin/bash
+# Every test of the project: the host suite under ASan+UBSan, the threaded
+# tests under TSan, the armhf cross build under qemu-arm, short fuzz runs.
+# Each test process runs in the sandbox (tools/sandbox/vornpal-sandbox).
+#   scripts/test-all.sh            all stages
+#   VORNPAL_STAGES="asan armhf" scripts/test-all.sh
+set -uo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+out=${VORNPAL_TEST_DIR:-$root/build-test}
+stages=${VORNPAL_STAGES:-"asan tsan armhf fuzz"}
+jobs=$(nproc)
+passed=0
+failed=0
+mkdir -p "$out"
+
+# Builds with cmake arguments "$@" in $out/$1 and runs ctest with the
+# remaining ctest arguments after "--".
+run_stage() {
+  local name=$1; shift
+  local cmake_args=() ctest_args=()
+  while [ $# -gt 0 ] && [ "$1" != "--" ]; do cmake_args+=("$1"); shift; done
+  [ $# -gt 0 ] && shift
+  ctest_args=("$@")
+  echo "=== $name"
+  local dir="$out/$name"
+  if ! cmake -S "$root" -B "$dir" -G Ninja "${cmake_args[@]}" >"$dir.configure.log" 2>&1; then
+    cat "$dir.configure.log"; failed=$((failed + 1)); return
+  fi
+  if ! cmake --build "$dir" -j "$jobs" >"$dir.build.log" 2>&1; then
+    grep -E 'error|Error' "$dir.build.log" | head -40; failed=$((failed + 1)); return
+  fi
+  ctest --test-dir "$dir" -j "$jobs" --output-on-failure "${ctest_args[@]}" | tee "$dir.ctest.log"
+  local line
+  line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$dir.ctest.log" | tail -1)
+  if [ -z "$line" ]; then failed=$((failed + 1)); return; fi
+  local total fails
+  total=$(echo "$line" | sed -E 's/.*out of ([0-9]+).*/\1/')
+  fails=$(echo "$line" | sed -E 's/.* ([0-9]+) tests failed.*/\1/')
+  passed=$((passed + total - fails))
+  failed=$((failed + fails))
+}
+
+for stage in $stages; do
+  case "$stage" in
+    asan)
+      run_stage asan -DCMAKE_BUILD_TYPE=Debug -DVORNPAL_SANITIZE=address,undefined -DVORNPAL_BENCH=OFF ;;
+    tsan)
+      run_stage tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNPAL_SANITIZE=thread -DVORNPAL_BENCH=OFF \
+        -- -LE no-tsan ;;
+    armhf)
+      "$root/scripts/armhf-sysroot.sh" "$out/armhf-sysroot" || { failed=$((failed + 1)); continue; }
+      run_stage armhf -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake" \
+        -DVORNPAL_ARMHF_SYSROOT="$out/armhf-sysroot" -DVORNPAL_BENCH=OFF ;;
+    fuzz)
+      run_stage fuzz -DVORNPAL_FUZZ=ON -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
+        -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -- -L fuzz ;;
+    *) echo "unknown stage $stage"; failed=$((failed + 1)) ;;
+  esac
+done
+
+echo "vornpal: $passed passed, $failed failed"
+[ "$failed" = 0 ]
