@@ -6,8 +6,9 @@ set -euo pipefail
 lib=$1
 headers=$2
 
-exported=$(nm -D --defined-only "$lib" | awk '{print $3}' | sort -u)
-declared=$(cat "$headers"/*.h | perl -0777 -ne 'while (/VORNPAL_API\s+[^;{]*?(\w+)\s*(?:\(|\[|;)/g) { print "$1\n" }' | sort -u)
+nm=${NM:-nm}
+exported=$($nm -D --defined-only "$lib" | awk '{print $3}' | sort -u)
+declared=$(cat "$headers"/*.h | grep -v '^[[:space:]]*#' | perl -0777 -ne 'while (/VORNPAL_API\s+[^;{]*?(\w+)\s*(?:\(|\[|;)/g) { print "$1\n" }' | sort -u)
 
 status=0
 extra=$(comm -23 <(echo "$exported") <(echo "$declared"))

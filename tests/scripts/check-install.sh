@@ -17,6 +17,9 @@ test -e "$libdir/libvornpal.so.1" || { echo "no libvornpal.so.1 in $libdir"; exi
 # Every public header, in C99 and in C++.
 for h in "$prefix"/include/vornpal/*.h; do echo "#include <vornpal/$(basename "$h")>"; done > "$work/all.h"
 sim="-L$build/sim -lvornsim -Wl,-rpath,$build/sim"
+# A sanitized library needs its runtime in the program too.
+sanitize=$(sed -n 's/^VORNPAL_SANITIZE:STRING=//p' "$build/CMakeCache.txt")
+[ -n "$sanitize" ] && sim="$sim -fsanitize=$sanitize"
 cc -std=c99 -Wall -Wextra -Werror -pedantic -include "$work/all.h" "$src/hello.c" -o "$work/hello_c" \
   $(pkg-config --cflags --libs vornpal) $sim -Wl,-rpath,"$libdir"
 c++ -std=c++17 -Wall -Wextra -Werror -include "$work/all.h" "$src/hello.cpp" -o "$work/hello_cpp" \
@@ -24,7 +27,9 @@ c++ -std=c++17 -Wall -Wextra -Werror -include "$work/all.h" "$src/hello.cpp" -o 
 [ "$("$work/hello_c")" = "c: level 3, check -6" ] || { echo "hello_c: $("$work/hello_c")"; exit 1; }
 [ "$("$work/hello_cpp")" = "c++: level 2, check 0" ] || { echo "hello_cpp: $("$work/hello_cpp")"; exit 1; }
 
-cmake -S "$src/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DVORNSIM_DIR="$build/sim" >/dev/null
+flags=()
+[ -n "$sanitize" ] && flags=(-DCMAKE_C_FLAGS="-fsanitize=$sanitize" -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=$sanitize")
+cmake -S "$src/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DVORNSIM_DIR="$build/sim" "${flags[@]}" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 [ "$("$work/cmake/hello_cmake")" = "cmake: level 4" ] || { echo "hello_cmake failed"; exit 1; }
 echo "installed tree builds C99, C++ and CMake programs"

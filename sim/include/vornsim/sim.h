@@ -40,7 +40,8 @@ struct Request {
   T as() const {
     static_assert(std::is_trivially_copyable_v<T>);
     T value{};
-    std::memcpy(&value, bytes.data(), bytes.size() < sizeof value ? bytes.size() : sizeof value);
+    if (!bytes.empty())
+      std::memcpy(&value, bytes.data(), bytes.size() < sizeof value ? bytes.size() : sizeof value);
     return value;
   }
 };
