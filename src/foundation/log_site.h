@@ -20,13 +20,19 @@ constexpr const char kDiagFormat[] = "VORN-FWA[%d] %s(): %s";
 
 }  // namespace vorn::log
 
+// A message below the threshold is dropped before the buffer is allocated;
+// vorn_log_printf filters again under its lock for callers that come in
+// directly.
 #define VORN_LOG(level, ...)                                                           \
   do {                                                                                 \
+    const int vorn_log_level_ = (level);                                               \
+    if (vorn_log_level_ != -1 && vorn_log_level_ < vorn_get_log_level()) break;        \
     const msg_const_type vorn_log_site_ = {                                           \
-        {static_cast<uint16_t>(__LINE__), VORN_DIAG_SSID, vorn::log::diag_mask(level)}, \
+        {static_cast<uint16_t>(__LINE__), VORN_DIAG_SSID,                              \
+         vorn::log::diag_mask(vorn_log_level_)},                                        \
         vorn::log::kDiagFormat, __FILE__};                                             \
     char *vorn_log_buf_ = static_cast<char *>(calloc(1, VORN_LOG_MSG_BUF_SIZE));       \
-    if (vorn_log_printf((level), vorn_log_buf_, __func__, __LINE__, __VA_ARGS__))      \
+    if (vorn_log_printf(vorn_log_level_, vorn_log_buf_, __func__, __LINE__, __VA_ARGS__)) \
       msg_sprintf(&vorn_log_site_, static_cast<int>(getpid()), __func__, vorn_log_buf_); \
     free(vorn_log_buf_);                                                               \
   } while (0)
