@@ -43,8 +43,6 @@ using Key = std::pair<int, unsigned>;
 
 constexpr const char *kNames[kServiceCount] = {"WDS",  "NAS",  "WMS",  "UIM", "DMS",
                                                "VOICE", "IMSS", "IMSA", "M2M"};
-constexpr uint32_t kServiceIds[kServiceCount] = {0x01, 0x03, 0x05, 0x0B, 0x02,
-                                                 0x09, 0x12, 0x21, 0xE6};
 constexpr uint32_t kInvalidCommand = 0x47;
 
 qmi_idl_service_object g_objects[kServiceCount] = {
