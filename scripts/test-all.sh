@@ -29,7 +29,7 @@ run_stage() {
   if ! cmake --build "$dir" -j "$jobs" >"$dir.build.log" 2>&1; then
     grep -E 'error|Error' "$dir.build.log" | head -40; failed=$((failed + 1)); return
   fi
-  ctest --test-dir "$dir" -j "$jobs" --output-on-failure "${ctest_args[@]}" | tee "$dir.ctest.log"
+  ctest --test-dir "$dir" -j "$jobs" --output-on-failure "${ctest_args[@]}" 2>&1 | tee "$dir.ctest.log"
   local line
   grep -q 'No tests were found' "$dir.ctest.log" && return
   line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$dir.ctest.log" | tail -1)
