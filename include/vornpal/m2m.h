@@ -1,0 +1,159 @@
+/*
+ * M2M family: the client of the module maker's own QMI service, the only
+ * way to the modem's NV items and EFS files, and its identity, product and
+ * setting queries.
+ *
+ * There is one client for the process. vorn_m2m_pal_init starts it (and
+ * vorn_device_pal_init calls that), but no caller has to: the functions
+ * marked "starts the client" below start it on first need, from any thread,
+ * and wait for the modem to offer the service for as long as that takes.
+ * Functions marked "needs the client" fail when it does not exist yet.
+ *
+ * Results: 0 for success, -1 for failure, unless stated otherwise. Buffers
+ * stay the caller's; texts are copied as by vorn_string_memcpy (a text that
+ * fills its buffer has no terminator).
+ */
+#ifndef VORNPAL_M2M_H
+#define VORNPAL_M2M_H
+
+#include <vornpal/defs.h>
+#include <vornpal/event.h>
+
+VORNPAL_BEGIN_DECLS
+
+/* Largest path of an NV item or EFS file, in characters. */
+#define VORN_M2M_PATH_MAX 128
+/* Largest NV item or EFS file that one read or write carries, in bytes. */
+#define VORN_M2M_ITEM_MAX 500
+/* Largest NV item by number, in bytes. */
+#define VORN_M2M_NVID_ITEM_MAX 128
+
+/* ---- start and stop ------------------------------------------------------ */
+
+/* Makes the client exist, waiting without limit for the service. 0 when it
+ * exists on return, -1 otherwise. Concurrent callers wait for one start. */
+VORNPAL_API int vorn_m2m_pal_early_init(void);
+/* Starts the family; always 0 (a failed start is only logged). */
+VORNPAL_API int vorn_m2m_pal_init(void);
+/* Releases the client: 0, or -1 when there was none. Must not run beside
+ * other calls of the family. A later call that starts the client brings it
+ * back. */
+VORNPAL_API int vorn_m2m_pal_deinit(void);
+/* Asks the service for all its event reports; -1 without a client. */
+VORNPAL_API int vorn_m2m_event_report_register(void);
+
+/* Callbacks for the family's events; results of vorn_pal_event_register and
+ * vorn_pal_event_unregister. */
+VORNPAL_API int vorn_m2m_pal_event_register(vorn_pal_event_callback callback, void *user_data);
+VORNPAL_API int vorn_m2m_pal_event_unregister(vorn_pal_event_callback callback);
+
+/* ---- NV items and EFS files ---------------------------------------------- */
+
+/*
+ * Reads one item (starts the client). hex_text 1: `out` gets two uppercase
+ * hexadecimal characters a byte (up to 1000), otherwise the raw bytes (up to
+ * 500); no terminator either way, *out_len says how many. An item that
+ * exists but is empty gives 0 with *out_len 0 and `out` untouched. -1 for a
+ * NULL output, a path over 128 characters or a failed request.
+ */
+VORNPAL_API int vorn_m2m_pal_read_nv_by_path(const char *item_file_path, void *out,
+                                             uint32_t *out_len, int hex_text);
+/*
+ * Writes one item of raw bytes (starts the client); len 0 writes an empty
+ * item. A len over 500 is a programming error that aborts the process.
+ */
+VORNPAL_API int vorn_m2m_pal_write_nv_by_path(const char *item_file_path, const void *data,
+                                              uint32_t len);
+/*
+ * Renames an EFS file (needs the client); a NULL path leaves its field
+ * empty, a path of 128 characters or more aborts the process. Returns the
+ * transport's code: a rename that the modem refused still gives 0.
+ */
+VORNPAL_API int vorn_m2m_pal_efs_rename(const char *old_path, const char *new_path);
+
+/*
+ * NV items by number. The two words go to the service as given. Reads (need
+ * the client) give 0 also when the item holds nothing, with nothing written:
+ * zero the buffer first. out_hex gets two characters a byte without a
+ * terminator (up to 256); out gets the item as text (up to 128 bytes). The
+ * write needs the client, refuses len 0, and aborts on a len over 128.
+ */
+VORNPAL_API int vorn_m2m_pal_read_nv_by_nvid(uint32_t word0, uint32_t word1, uint8_t *out_hex);
+VORNPAL_API int vorn_m2m_pal_read_nvstr_by_nvid(uint32_t word0, uint32_t word1, char *out);
+VORNPAL_API int vorn_m2m_pal_write_nv_by_nvid(uint32_t word0, uint32_t word1, const uint8_t *data,
+                                              uint32_t len);
+
+/* ---- identity and product ------------------------------------------------ */
+
+/* Texts of the module (start the client). Buffers of at least 128 (maker),
+ * 64 (hardware version, project name) and 32 (model) bytes. A NULL buffer
+ * gives 3 for the first two, -1 for the others. */
+VORNPAL_API int vorn_m2m_pal_get_manufacturer(char *manufacturer);
+VORNPAL_API int vorn_m2m_pal_get_hw_version(char *hw_version);
+VORNPAL_API int vorn_m2m_pal_get_model(char *model);
+VORNPAL_API int vorn_m2m_pal_get_project_name(char *project_name);
+/* Modem and EFS sub-versions, each at most 64 bytes (starts the client). */
+VORNPAL_API int vorn_m2m_pal_get_sub_ver(char *modem, uint32_t modem_size, char *cefs,
+                                         uint32_t cefs_size);
+/* The modem's clock as "YYYY.MM.DD-hh:mm:ss" (starts the client); 3 for NULL. */
+VORNPAL_API int vorn_m2m_pal_get_cclk_time(char *text, uint32_t size);
+/* Functionality level (start the client). */
+VORNPAL_API int vorn_m2m_pal_get_cfun_mode(uint8_t *cfun);
+VORNPAL_API int vorn_m2m_pal_set_cfun_mode(uint8_t cfun_mode);
+/*
+ * Factory serial number (start the client). get: copies at most `size`
+ * bytes (the serial has at most 36) and keeps a copy in /tmp/cfsn; 3 for
+ * NULL. set: 3 for NULL or len 0; a len over 36 aborts the process.
+ */
+VORNPAL_API int vorn_m2m_pal_get_fsn(char *out, uint32_t size);
+VORNPAL_API int vorn_m2m_pal_set_fsn(const char *text, uint32_t len);
+
+/* ---- settings ------------------------------------------------------------ */
+
+/* These need the client and return the transport's code: a setting that the
+ * modem refused still gives 0. get_ue_mode stores only modes 0 to 3. */
+VORNPAL_API int vorn_m2m_pal_set_ue_mode(uint8_t mode);
+VORNPAL_API int vorn_m2m_pal_get_ue_mode(uint8_t *mode);
+VORNPAL_API int vorn_m2m_pal_set_packet_report_event(uint32_t modem_val, uint32_t option_val);
+VORNPAL_API int vorn_m2m_pal_get_packet_report_event(uint32_t *modem_val, uint32_t *option_val);
+VORNPAL_API int vorn_m2m_pal_set_ipv6_format(const uint32_t format[4]);
+VORNPAL_API int vorn_m2m_pal_get_ipv6_format(uint32_t format[4]);
+/* Starts a cell scan; the cells come as an event. */
+VORNPAL_API int vorn_m2m_pal_scan_cell(void);
+/* As vorn_m2m_pal_scan_cell, starting the client first; -1 if that fails. */
+VORNPAL_API int vorn_m2m_pal_scan_celllock(void);
+
+/* These need the client. */
+VORNPAL_API int vorn_m2m_pal_otalog_rm(void);
+VORNPAL_API int vorn_m2m_pal_set_w_disable(uint8_t w_disable);
+VORNPAL_API int vorn_m2m_pal_set_dhcpgw(uint8_t value);
+/* Authentication mode text, buffer of at least 128 bytes. */
+VORNPAL_API int vorn_m2m_pal_get_auth_mode(char *mode);
+/* APN of a profile: 3 for a NULL apn or a negative profile; an apn of 32
+ * characters or more aborts the process. */
+VORNPAL_API int vorn_m2m_pal_set_apn(int32_t profile_index, const char *apn);
+/* SINR of the four antennas; a value over 250 reads as 0. 3 for NULL. */
+VORNPAL_API int vorn_m2m_pal_get_ant_sinr(uint32_t sinr[4]);
+
+/* These start the client. */
+VORNPAL_API int vorn_m2m_pal_set_wan_netmask(uint32_t first, uint32_t second);
+VORNPAL_API int vorn_m2m_pal_get_wan_netmask(uint32_t *first, uint32_t *second);
+VORNPAL_API int vorn_m2m_pal_get_profile_active(uint8_t profile_index, uint8_t *active);
+VORNPAL_API int vorn_m2m_pal_get_rmnet_active(uint32_t *active);
+VORNPAL_API int vorn_m2m_pal_get_uim_select(uint8_t *slot);
+VORNPAL_API int vorn_m2m_pal_create_wds_profile(uint8_t profile_type, uint8_t profile_index);
+VORNPAL_API int vorn_m2m_pal_get_current_act(uint8_t *act);
+/* Thermal configuration 0, 1 or 2 copied into place; 3 for another mode. */
+VORNPAL_API int vorn_m2m_pal_set_thermal_mode(int mode);
+
+/* ---- fixed results ------------------------------------------------------- */
+
+/* Always 0; no argument is touched. */
+VORNPAL_API int vorn_m2m_pal_common_request(int request_code, const void *input,
+                                            uint32_t input_len, void *output);
+VORNPAL_API int vorn_m2m_pal_sn_imei_sync(void);
+VORNPAL_API int vorn_m2m_pal_write2raw(void);
+
+VORNPAL_END_DECLS
+
+#endif

@@ -1,0 +1,53 @@
+// Shared by the M2M tests: each test starts without a client and with every
+// log line recorded, and leaves no client behind.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include <vornpal/log.h>
+#include <vornpal/m2m.h>
+#include <vornpal/platform/vorn_m2m_service_v01.h>
+#include <vornpal/qmi.h>
+
+#include "vornpal_test.h"
+
+namespace m2mt {
+
+constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
+
+class M2mTest : public ::testing::Test {
+ protected:
+  // The runner resets the modem before each test, but not in the child
+  // process of a death test, which needs the modem's handlers too.
+  void SetUp() override {
+    vorn_m2m_pal_deinit();
+    vornsim::reset();
+    vorn_set_log_level(0);
+  }
+  void TearDown() override {
+    vorn_m2m_pal_deinit();
+    vorn_set_log_level(1);
+  }
+};
+
+// A path of exactly `len` characters under /nv/item_files.
+inline std::string path_of_len(size_t len) {
+  std::string path = "/nv/item_files/";
+  path.resize(len, 'p');
+  return path;
+}
+
+inline size_t count(unsigned msg_id) { return vornsim::requests(kM2m, msg_id).size(); }
+
+inline std::string hex_of(const std::string &bytes) {
+  std::string out;
+  char pair[3];
+  for (unsigned char c : bytes) {
+    std::snprintf(pair, sizeof pair, "%02X", c);
+    out += pair;
+  }
+  return out;
+}
+
+}  // namespace m2mt
