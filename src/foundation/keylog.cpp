@@ -322,8 +322,10 @@ VORNPAL_API int vorn_keylog_write_file(int module_id, int event_id, const char *
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
   }
-  std::snprintf(line, sizeof line, "%s | %s | %s | %s\r\n", local_time_text().c_str(),
-                module != nullptr ? module : "(null)", event, text);
+  // A line longer than the buffer is cut to what fits.
+  if (std::snprintf(line, sizeof line, "%s | %s | %s | %s\r\n", local_time_text().c_str(),
+                    module != nullptr ? module : "(null)", event, text) < 0)
+    line[0] = '\0';
   vorn_log_write_file(line, VORN_LOG_CLIENT_FWA);
   return 0;
 }

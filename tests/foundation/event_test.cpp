@@ -208,7 +208,6 @@ TEST(CommandRecords, AllocateAndFreeByType) {
   vorn_free_cmd_q_data(nullptr);
   EXPECT_TRUE(vt::logged("oem_free_cmd_q_data invalid queue data\n"));
 
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(vorn_malloc_cmd_q_data(6), ::testing::KilledBySignal(SIGABRT), "");
 }
 

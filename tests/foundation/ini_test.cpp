@@ -132,7 +132,6 @@ TEST(Ini, WritesKeepTheRestOfTheFile) {
   EXPECT_EQ(vt::read_file(kPath), "[a]\nk1: one\nk2=two\n\n\n[b]\nk=v\n");
   EXPECT_EQ(get("a", "k1"), "one");
 
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(ini_puts("a", "k", "v", nullptr), ::testing::KilledBySignal(SIGABRT), "Assertion");
 }
 

@@ -228,7 +228,6 @@ TEST_F(WatchTest, AlternatesBetweenTheTwoFilesPastOneMebibyte) {
 }
 
 TEST_F(WatchTest, NoUptimeNoLine) {
-  ::testing::FLAGS_gtest_death_test_style = "fast";
   EXPECT_EXIT(
       {
         vt::bind_over("/proc/uptime", "not a number\n");

@@ -111,7 +111,7 @@ void init_scenario() {
 }
 
 TEST_F(M2mClient, InitStartsOnceAndDeinitKeepsTheFlag) {
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  VT_NEEDS_FRESH_PROCESS();
   EXPECT_EXIT(init_scenario(), ::testing::ExitedWithCode(0), "");
 }
 

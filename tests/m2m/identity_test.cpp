@@ -85,7 +85,6 @@ TEST_F(M2mIdentity, SerialNumberIsCachedInTmp) {
   EXPECT_EQ(vorn_m2m_pal_set_fsn(nullptr, 4), 3);
   EXPECT_EQ(vorn_m2m_pal_set_fsn("x", 0), 3);
   EXPECT_EQ(vt::count_logged("Error, param pointer is NULL\n"), 3);
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(vorn_m2m_pal_set_fsn(std::string(37, 'S').c_str(), 37), "buffer overflow detected");
 }
 

@@ -103,7 +103,6 @@ TEST_F(M2mNv, FiveHundredBytesIsTheLargestItem) {
   EXPECT_EQ(read_item("/nv/item_files/big", 0), item);
   EXPECT_EQ(read_item("/nv/item_files/big", 1), hex_of(item));
 
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(vorn_m2m_pal_write_nv_by_path("/nv/item_files/big", std::string(501, 'x').data(), 501),
                "buffer overflow detected");
   EXPECT_EQ(read_item("/nv/item_files/big", 0), item) << "the aborted write changed nothing";
@@ -131,7 +130,6 @@ TEST_F(M2mNv, RenameMovesAsideAndCountsARefusalAsSuccess) {
   std::string path127 = path_of_len(127);
   EXPECT_EQ(vorn_m2m_pal_efs_rename("/nv/item_files/odm/item_del", path127.c_str()), 0);
   EXPECT_EQ(read_item(path127, 0), "old");
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(vorn_m2m_pal_efs_rename(path_of_len(128).c_str(), "/b"), "buffer overflow detected");
 }
 
@@ -167,7 +165,6 @@ TEST_F(M2mNv, ItemsByNumber) {
   EXPECT_EQ(vorn_m2m_pal_read_nv_by_nvid(550, 0, hex), -1);
   EXPECT_TRUE(vt::logged("send qmi failed.\n"));
 
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   uint8_t big[129] = {};
   EXPECT_DEATH(vorn_m2m_pal_write_nv_by_nvid(550, 1, big, 129), "buffer overflow detected");
 }

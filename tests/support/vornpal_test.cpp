@@ -1,5 +1,6 @@
 #include "vornpal_test.h"
 
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -56,6 +57,12 @@ int count_logged(const std::string &text) {
 bool logged(const std::string &text) { return count_logged(text) > 0; }
 
 void bind_over(const std::string &target, const std::string &content) {
+  static bool own_namespace = false;
+  if (!own_namespace) {
+    ASSERT_EQ(unshare(CLONE_NEWNS), 0) << "a mount namespace of the test's own";
+    ASSERT_EQ(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+    own_namespace = true;
+  }
   static int serial = 0;
   std::string source = "/run/vt-bind-" + std::to_string(++serial);
   write_file(source, content);

@@ -27,8 +27,9 @@ bool logged(const std::string &text);
 // Number of diag lines whose text equals `text`.
 int count_logged(const std::string &text);
 
-// Binds a file holding `content` over `target` (e.g. /proc/cmdline) for the
-// rest of the test process.
+// Binds a file holding `content` over `target` (e.g. /proc/cmdline) in a
+// mount namespace of the calling process's own, so the bind ends with it. Call
+// it in a single-threaded process, such as the child of a death test.
 void bind_over(const std::string &target, const std::string &content);
 
 // Console lines of the log manager while an instance lives (console mode).
@@ -48,11 +49,10 @@ bool emulated();
 
 }  // namespace vt
 
-// For death tests that need a fresh process ("threadsafe" style, which
-// re-executes the test binary): skipped under the emulator. Death tests of
-// the default "fast" style (fork only) run everywhere.
+// For death tests whose child must be a fresh process (no state left by
+// earlier tests): natively the child re-executes the test binary; under the
+// emulator, where it can only fork, such a test is skipped.
 #define VT_NEEDS_FRESH_PROCESS()                                                  \
   do {                                                                           \
     if (vt::emulated()) GTEST_SKIP() << "needs to re-execute the test binary";    \
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";                       \
   } while (0)
