@@ -228,10 +228,12 @@ void reset() {
   std::vector<std::thread> late;
   {
     std::unique_lock<std::mutex> lock(m.mutex);
+    // Queued work of the old modem is dropped; a delivery already running
+    // is waited for.
     ++m.generation;
+    for (const Task &task : m.tasks) m.deliveries_pending -= task.delivery ? 1 : 0;
     m.tasks.clear();
-    m.changed.wait(lock, [&] { return m.deliveries_pending == static_cast<int>(m.tasks.size()); });
-    m.deliveries_pending = 0;
+    m.changed.wait(lock, [&] { return m.deliveries_pending == 0; });
     late.swap(m.late_answers);
   }
   for (auto &thread : late) thread.join();
