@@ -28,6 +28,55 @@ VORNPAL_BEGIN_DECLS
 /* Largest NV item by number, in bytes. */
 #define VORN_M2M_NVID_ITEM_MAX 128
 
+/* ---- events --------------------------------------------------------------
+ *
+ * Posted to the callbacks of vorn_m2m_pal_event_register, on the QMI
+ * library's thread; the data belongs to the library and is freed after the
+ * last callback.
+ */
+enum {
+  VORN_M2M_EVENT_RMNET = 0,       /* 2 bytes: rmnet instance (or 0), state */
+  VORN_M2M_EVENT_REPORT1 = 1,     /* 12 bytes: the service's report, as it came */
+  VORN_M2M_EVENT_WDS_PROFILE = 2, /* 1 byte: profile index */
+  VORN_M2M_EVENT_NV_CHANGED = 3,  /* vorn_m2m_nv_cfg_report (42324 bytes) */
+  VORN_M2M_EVENT_REPORT4 = 4,     /* 1 byte */
+  VORN_M2M_EVENT_ATTACH = 5,      /* 1 byte: attach status */
+  VORN_M2M_EVENT_REPORT6 = 6,     /* 1 byte */
+  VORN_M2M_EVENT_DATACALL = 7,    /* 1 byte: data call status */
+  VORN_M2M_EVENT_SCAN_CELLS = 8   /* vorn_m2m_scan_cell_record (2408 bytes) */
+};
+
+/* One changed NV item of event 3 (4232 bytes), and the whole report. */
+typedef struct {
+  uint32_t item_id;
+  char item_file_path[128]; /* no terminator when it fills the field */
+  uint32_t data_len;
+  uint8_t data[4096];
+} vorn_m2m_nv_cfg_item;
+
+typedef struct {
+  uint8_t item_count; /* at most 10 */
+  vorn_m2m_nv_cfg_item item[10];
+} vorn_m2m_nv_cfg_report;
+
+/* One cell of event 8 (40 bytes), and the whole scan (2408 bytes). The
+ * further fields are the service's, passed on unchanged. */
+typedef struct {
+  uint32_t rat;
+  uint32_t cell_id;
+  uint16_t pci;
+  uint16_t mcc;
+  uint16_t mnc;
+  uint16_t further16[4];
+  uint32_t further32[4];
+} vorn_m2m_scan_cell_entry;
+
+typedef struct {
+  uint8_t cell_count; /* at most 60 */
+  vorn_m2m_scan_cell_entry cell[60];
+  uint32_t reserved;
+} vorn_m2m_scan_cell_record;
+
 /* ---- start and stop ------------------------------------------------------ */
 
 /* Makes the client exist, waiting without limit for the service. 0 when it
@@ -108,6 +157,30 @@ VORNPAL_API int vorn_m2m_pal_set_cfun_mode(uint8_t cfun_mode);
 VORNPAL_API int vorn_m2m_pal_get_fsn(char *out, uint32_t size);
 VORNPAL_API int vorn_m2m_pal_set_fsn(const char *text, uint32_t len);
 
+/* ---- IMEI and serial storage --------------------------------------------- */
+
+/*
+ * The two IMEIs (start the client), buffers of 32 bytes. read: 0 also when
+ * the modem holds none, with nothing written; an empty IMEI leaves its
+ * buffer as it was. write: either text may be NULL, not both; a single
+ * text fills both IMEIs, an empty one leaves its IMEI alone. A first IMEI
+ * of 64 characters or more, or a second of 32 or more, aborts the process.
+ */
+VORNPAL_API int vorn_m2m_pal_read_imei(char *imei1, char *imei2);
+VORNPAL_API int vorn_m2m_pal_write_imei(const char *imei1, const char *imei2);
+/* The board's serial number (needs the client), at most 12 bytes; 0 with
+ * nothing written when the modem holds none. */
+VORNPAL_API int vorn_qmi_m2m_pal_get_sn(uint8_t *out, uint32_t *out_len);
+/* Asks the modem to back up its device data (starts the client). */
+VORNPAL_API int vorn_m2m_pal_backup_device_data(void);
+/*
+ * Copies the IMEIs and the serial number into /data/imei, /data/imei01 and
+ * /data/cfsn, each with a second copy ending in "_bak", which
+ * vorn_m2m_pal_init restores from when the modem lost a value. Runs as a
+ * thread when the modem asks for a backup; returns NULL.
+ */
+VORNPAL_API void *vorn_thread_func_rfnv(void *arg);
+
 /* ---- settings ------------------------------------------------------------ */
 
 /* These need the client and return the transport's code: a setting that the
@@ -145,6 +218,102 @@ VORNPAL_API int vorn_m2m_pal_create_wds_profile(uint8_t profile_type, uint8_t pr
 VORNPAL_API int vorn_m2m_pal_get_current_act(uint8_t *act);
 /* Thermal configuration 0, 1 or 2 copied into place; 3 for another mode. */
 VORNPAL_API int vorn_m2m_pal_set_thermal_mode(int mode);
+
+/* ---- connection ---------------------------------------------------------- */
+
+/*
+ * Starts (action 1) or stops (0) the rmnet connection of a profile, 1 to
+ * 42, and waits up to 5 s for the modem's report of the new state; without
+ * one, the state the modem gives decides (a start that left another state
+ * is stopped again). family and third are passed on when not 0. One caller
+ * at a time: a concurrent action can take the other's report, which then
+ * falls back to the state. 0 or -1.
+ */
+VORNPAL_API int vorn_m2m_rmnet_action(uint8_t action, uint8_t instance, int profile,
+                                      uint8_t family, uint8_t third, int unused);
+/* Connects a profile (pdp_type 0 IPv4, 1 IPv6, 2 both, IPv6 alone when
+ * /tmp/ipv6_only exists): -1 when already connected or when the connection
+ * is not up afterwards. Disconnect: -1 when not connected. */
+VORNPAL_API int vorn_m2m_pal_connect(int profile, int pdp_type);
+VORNPAL_API int vorn_m2m_pal_disconnect(int profile);
+
+typedef struct {
+  uint8_t valid;
+  char text[65];
+} m2m_ip_text_v4;
+
+typedef struct {
+  uint8_t valid;
+  char text[129];
+} m2m_ip_text_v6;
+
+/* Addresses of an rmnet instance (592 bytes): the addresses as the modem
+ * gives them, and two further values of each family as text. */
+typedef struct {
+  uint8_t ipv4_valid;
+  char ipv4_addr[65];
+  m2m_ip_text_v4 ipv4_second;
+  m2m_ip_text_v4 ipv4_third;
+  uint8_t ipv6_valid;
+  char ipv6_addr[129];
+  m2m_ip_text_v6 ipv6_second;
+  m2m_ip_text_v6 ipv6_third;
+  uint32_t instance;
+} m2m_ip_info;
+
+/* Fills the whole record (starts the client). */
+VORNPAL_API int vorn_m2m_pal_get_ip(uint8_t instance, m2m_ip_info *out);
+
+#define VORN_M2M_DNS_TEXT_SIZE 64
+/* DNS servers as text, buffers of 64 bytes (starts the client); -1 also
+ * when the modem has none. */
+VORNPAL_API int vorn_m2m_pal_get_dnscfg(char *primary, char *secondary);
+
+/* Traffic counters of the connection. */
+typedef struct {
+  uint32_t dl_rate;
+  uint32_t ul_rate;
+  uint64_t dl_bytes;
+  uint64_t ul_bytes;
+  uint32_t dl_state;
+  uint32_t ul_state;
+  uint64_t dl_max_speed;
+  uint64_t ul_max_speed;
+} vorn_m2m_statis;
+
+VORNPAL_API int vorn_m2m_pal_get_statis_cfg(vorn_m2m_statis *statis);
+
+/*
+ * Regional RF calibration and band filter: mode 1 the "IC" set, any other
+ * the "FCC" set. Both items are moved aside and replaced; the result is the
+ * negative count of failed copies. get: the mode last switched to, -1 when
+ * none was.
+ */
+VORNPAL_API int vorn_m2m_pal_set_switchmode(int mode);
+VORNPAL_API int vorn_m2m_pal_get_switchmode(int *mode);
+
+/* Routing behind the device (source address on QoS filters): on or off,
+ * kept in /data across restarts. */
+VORNPAL_API int vorn_m2m_pal_enable_routing_behind(int enable);
+VORNPAL_API int vorn_m2m_pal_read_routing_behind(int *value);
+
+/* Acknowledgement of a received SMS, with an optional PDU. */
+#define VORN_M2M_SMS_ACK_PDU_MAX 255
+typedef struct {
+  uint32_t transaction_id;
+  uint32_t message_protocol;
+  uint32_t failure_cause;
+  uint8_t success;
+  uint8_t sms_on_ims;
+  uint8_t pdu_valid;     /* the PDU goes out only when both flags are set */
+  uint8_t pdu_len_valid;
+  uint32_t pdu_len;      /* above 255 gives 3 */
+  uint8_t pdu[VORN_M2M_SMS_ACK_PDU_MAX];
+} vorn_m2m_sms_ack;
+
+/* Needs the client. 0; 3 for a PDU too long; -1 when the modem refused or
+ * could not be reached, or for NULL. */
+VORNPAL_API int vorn_m2m_send_sms_pdu_ack(const vorn_m2m_sms_ack *ack);
 
 /* ---- fixed results ------------------------------------------------------- */
 

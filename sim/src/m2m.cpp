@@ -270,6 +270,29 @@ void get_ip(State &s, const vorn_m2m_get_ip_req_msg_v01 &, vorn_m2m_get_ip_resp_
   put_text(resp.ipv6_addr, "2001:db8:12:7::1");
 }
 
+// The cells around the simulated device; the answer comes as indication 58.
+void scan_cells(State &, const vorn_m2m_placeholder_req_msg_v01 &, vorn_m2m_result_resp_msg_v01 &) {
+  struct Cell {
+    uint8_t rat;
+    uint16_t pci;
+    uint32_t cell_id;
+    uint16_t mcc, mnc;
+  };
+  static constexpr Cell kCells[] = {{5, 101, 0x01A2B301, 310, 260},
+                                    {5, 214, 0x01A2B302, 310, 260},
+                                    {6, 377, 0x00C0FFEE, 310, 410}};
+  vorn_m2m_scan_cell_info_ind_msg_v01 ind{};
+  for (const Cell &cell : kCells) {
+    auto &entry = ind.cell[ind.cell_count++];
+    entry.rat = cell.rat;
+    entry.pci = cell.pci;
+    entry.cell_id = cell.cell_id;
+    entry.mcc = cell.mcc;
+    entry.mnc = cell.mnc;
+  }
+  indicate(Svc::M2M, QMI_VORN_M2M_SCAN_CELL_INFO_IND_V01, ind);
+}
+
 // ---- registration of the handlers --------------------------------------------
 
 void install_handlers() {
@@ -395,7 +418,7 @@ void install_handlers() {
   serve<P, vorn_m2m_get_authentication_mode_resp_msg_v01>(
       QMI_VORN_M2M_GET_AUTHENTICATION_MODE_REQ_V01,
       [](State &s, const P &, auto &resp) { put_text(resp.mode, s.auth_mode); });
-  serve<P, R>(QMI_VORN_M2M_SCAN_CELL_REQ_V01, [](State &, const P &, R &) {});
+  serve<P, R>(QMI_VORN_M2M_SCAN_CELL_REQ_V01, scan_cells);
   serve<vorn_m2m_set_cfun_mode_req_msg_v01, R>(
       QMI_VORN_M2M_SET_CFUN_MODE_REQ_V01, [](State &s, const auto &req, R &resp) {
         if (req.cfun_mode != 0 && req.cfun_mode != 1 && req.cfun_mode != 4)

@@ -94,16 +94,21 @@ void init_scenario() {
   check(vornsim::counters().clients_live == 1, "first init starts the client");
   vornsim::clear_requests();
   check(vorn_m2m_pal_init() == 0, "second init gives 0");
-  check(vornsim::requests().empty(), "the second init starts nothing");
+  bool only_restore = true;
+  for (const auto &req : vornsim::requests())
+    only_restore &= req.msg_id == QMI_VORN_M2M_IMEI_REQ_V01 || req.msg_id == QMI_VORN_M2M_GET_SN_REQ_V01;
+  check(only_restore && vornsim::counters().clients_live == 1,
+        "the second init starts nothing, it only runs the identity restore");
 
   check(vorn_m2m_pal_deinit() == 0, "deinit gives 0");
   check(vornsim::counters().clients_live == 0, "deinit releases the client");
   check(vorn_m2m_pal_deinit() == -1, "a second deinit gives -1");
 
   check(vorn_m2m_pal_init() == 0, "init after deinit gives 0");
-  check(vornsim::counters().clients_live == 0, "init after deinit starts nothing");
+  check(vornsim::counters().clients_live == 1,
+        "init after deinit starts nothing itself, the restore's lazy start brings the client back");
   uint8_t cfun = 0;
-  check(vorn_m2m_pal_get_cfun_mode(&cfun) == 0, "the lazy start brings the client back");
+  check(vorn_m2m_pal_get_cfun_mode(&cfun) == 0, "the client works");
   check(vornsim::counters().clients_live == 1, "one client again");
   std::fputs(failures.c_str(), stderr);
   std::fflush(stderr);

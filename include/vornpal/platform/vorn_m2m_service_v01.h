@@ -594,6 +594,26 @@ typedef struct {
   vorn_m2m_nv_cfg_item_v01 item[VORN_M2M_NV_CFG_REPORT_MAX_V01];
 } vorn_m2m_nv_cfg_report_ind_msg_v01;
 
+/* 58: cells found by a scan (2172 bytes decoded). The fields after mnc
+ * carry no name in the service's definition and are passed on as they are. */
+#define VORN_M2M_SCAN_CELL_MAX_V01 60
+
+typedef struct {
+  uint8_t rat;
+  uint16_t pci;
+  uint32_t cell_id;
+  uint16_t mcc;
+  uint16_t mnc;
+  uint16_t further16[4];
+  uint32_t further32[4];
+} vorn_m2m_scan_cell_entry_v01;
+
+typedef struct {
+  uint8_t cell_count;
+  vorn_m2m_scan_cell_entry_v01 cell[VORN_M2M_SCAN_CELL_MAX_V01];
+  uint8_t reserved[8];
+} vorn_m2m_scan_cell_info_ind_msg_v01;
+
 #undef VORN_M2M_TEXT_RESP
 
 #ifdef __cplusplus

@@ -1,0 +1,226 @@
+// The device's identity (two IMEIs and the factory serial number) in the
+// modem, and its copies under /data: the worker that writes them when the
+// modem asks for a backup, and the restore at every vorn_m2m_pal_init that
+// puts a value back when the modem lost it. The modem is the master; a file
+// is never compared with it.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+
+#include <vornpal/files.h>
+#include <vornpal/m2m.h>
+#include <vornpal/strings.h>
+
+#include "foundation/checked_copy.h"
+#include "foundation/log_site.h"
+#include "m2m/client.h"
+
+namespace {
+
+using vorn::m2m::Guard;
+namespace m2m = vorn::m2m;
+
+// One identity value: its file and the second copy beside it. Only the
+// file is ever read back; the copy is for the people who repair devices.
+struct IdentityFile {
+  const char *path;
+  const char *backup;
+};
+constexpr IdentityFile kImei1File{"/data/imei", "/data/imei_bak"};
+constexpr IdentityFile kImei2File{"/data/imei01", "/data/imei01_bak"};
+constexpr IdentityFile kSerialFile{"/data/cfsn", "/data/cfsn_bak"};
+
+// Values are handled in fields of 32 bytes; one more keeps a terminator.
+constexpr size_t kValueSize = 32;
+using Value = char[kValueSize + 1];
+// The longest text that fits either IMEI field of the request with its
+// terminator: a longer file (a damaged one) is cut rather than abort the
+// process at every start.
+constexpr size_t kRestoredTextMax = kValueSize - 1;
+
+// The request's two IMEI fields are adjacent: the first copy may run
+// through both, as the service's own tools do.
+char *imei_fields(vorn_m2m_imei_req_msg_v01 &req) {
+  return reinterpret_cast<char *>(&req) + offsetof(vorn_m2m_imei_req_msg_v01, imei1);
+}
+constexpr size_t kBothImeiFields =
+    sizeof(vorn_m2m_imei_req_msg_v01::imei1) + sizeof(vorn_m2m_imei_req_msg_v01::imei2);
+
+// A text field of the response into a caller's buffer of 32 bytes.
+void copy_imei(char *out, const char (&field)[kValueSize]) {
+  size_t len = strnlen(field, kValueSize - 1);
+  std::memcpy(out, field, len);
+  out[len] = '\0';
+  VORN_LOG(VORN_DBUG, "Receive nv value %d\n", static_cast<int>(len));
+}
+
+// Message 32 with the lazy start; a client that cannot start is told apart
+// from a failed request.
+int send_imei(vorn_m2m_imei_req_msg_v01 &req, vorn_m2m_imei_resp_msg_v01 &resp) {
+  std::optional<qmi_client_type> handle = m2m::pass_guard(Guard::LazyStart);
+  if (!handle) {
+    VORN_LOG(VORN_ERR, "m2m qmi not initialized!\n");
+    return -1;
+  }
+  if (m2m::send_on<m2m::Imei>(*handle, req, resp).verdict != 0) {
+    VORN_LOG(VORN_ERR, "send qmi failed.\n");
+    return -1;
+  }
+  return 0;
+}
+
+// The file's text, up to 32 bytes, or false when it does not open.
+bool read_identity_file(const char *path, Value &value) {
+  int fd = open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  char data[kValueSize] = {};
+  ssize_t got = read(fd, data, sizeof data);
+  close(fd);
+  VORN_LOG(VORN_DBUG, "read len=%d\n", static_cast<int>(got));
+  std::memset(value, 0, sizeof value);
+  if (got <= 0) return true;
+  size_t len = strnlen(data, static_cast<size_t>(got));
+  if (len > kRestoredTextMax) {
+    VORN_LOG(VORN_WARN, "%s holds %d bytes, restoring the first %d\n", path,
+             static_cast<int>(len), static_cast<int>(kRestoredTextMax));
+    len = kRestoredTextMax;
+  }
+  vorn_string_memcpy(value, data, len);
+  return true;
+}
+
+bool file_opens(const char *path) {
+  int fd = open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  close(fd);
+  return true;
+}
+
+// The file, then its copy. A file that exists is overwritten in place
+// without truncation; a missing one is made.
+void back_up(const IdentityFile &file, const char *text) {
+  unsigned len = static_cast<unsigned>(std::strlen(text));
+  for (const char *path : {file.path, file.backup}) {
+    if (vorn_write_file_sync(path, text, len) == 4) vorn_write_file_sync_create(path, text, len);
+  }
+}
+
+// Restores what the modem lost and a file still holds: the IMEIs with one
+// write at most, then the serial number.
+void vorn_restore_imei_sn() {
+  Value imei1 = {}, imei2 = {}, serial = {}, data = {};
+  int ret = vorn_m2m_pal_read_imei(imei1, imei2);
+  VORN_LOG(VORN_INFO, "ret=%d, imei=%s, imei1=%s\n", ret, imei1, imei2);
+
+  bool first_restored = false;
+  if (imei1[0] == '\0' && file_opens(kImei1File.path)) {
+    VORN_LOG(VORN_INFO, "try to restore IMEI1\n");
+    read_identity_file(kImei1File.path, imei1);
+    first_restored = true;
+  }
+  bool second_wanted = imei2[0] == '\0' && file_opens(kImei2File.path);
+  if (second_wanted) {
+    VORN_LOG(VORN_INFO, "try to restore IMEI2\n");
+    read_identity_file(kImei2File.path, imei2);
+  }
+  if (first_restored || second_wanted) vorn_m2m_pal_write_imei(imei1, imei2);
+
+  ret = vorn_m2m_pal_get_fsn(serial, kValueSize);
+  VORN_LOG(VORN_INFO, "ret=%d, sn=%s\n", ret, serial);
+  if (serial[0] != '\0' || !file_opens(kSerialFile.path)) return;
+  VORN_LOG(VORN_INFO, "try to restore CFSN\n");
+  read_identity_file(kSerialFile.path, data);
+  vorn_m2m_pal_set_fsn(data, static_cast<uint32_t>(std::strlen(data)));
+}
+
+}  // namespace
+
+namespace vorn::m2m {
+
+void restore_identity() { vorn_restore_imei_sn(); }
+
+}  // namespace vorn::m2m
+
+extern "C" {
+
+VORNPAL_API int vorn_m2m_pal_read_imei(char *imei1, char *imei2) {
+  if (imei1 == nullptr || imei2 == nullptr) {
+    VORN_LOG(VORN_ERR, "Input param error!.\n");
+    return -1;
+  }
+  vorn_m2m_imei_req_msg_v01 req{};
+  vorn_m2m_imei_resp_msg_v01 resp;
+  if (send_imei(req, resp) != 0) return -1;
+  if (resp.imei_valid != 1) return 0;
+  if (resp.imei1[0] != '\0') copy_imei(imei1, resp.imei1);
+  if (resp.imei2[0] != '\0') copy_imei(imei2, resp.imei2);
+  return 0;
+}
+
+VORNPAL_API int vorn_m2m_pal_write_imei(const char *imei1, const char *imei2) {
+  if (imei1 == nullptr && imei2 == nullptr) {
+    VORN_LOG(VORN_ERR, "Parameter is error!\n");
+    return -1;
+  }
+  vorn_m2m_imei_req_msg_v01 req{};
+  req.operation = 1;
+  // A single value fills both fields; an empty text leaves its field empty.
+  if (imei1 != nullptr && imei1[0] != '\0') {
+    vorn::checked_strcpy(imei_fields(req), kBothImeiFields, imei1);
+    if (imei2 == nullptr) vorn::checked_strcpy(req.imei2, imei1);
+  }
+  if (imei2 != nullptr && imei1 == nullptr && imei2[0] != '\0')
+    vorn::checked_strcpy(imei_fields(req), kBothImeiFields, imei2);
+  if (imei2 != nullptr && imei2[0] != '\0') vorn::checked_strcpy(req.imei2, imei2);
+  VORN_LOG(VORN_DBUG, "str1: %.32s\n", req.imei1);
+  VORN_LOG(VORN_DBUG, "str2: %.32s\n", req.imei2);
+  vorn_m2m_imei_resp_msg_v01 resp;
+  if (send_imei(req, resp) != 0) return -1;
+  return 0;
+}
+
+VORNPAL_API int vorn_qmi_m2m_pal_get_sn(uint8_t *out, uint32_t *out_len) {
+  if (out == nullptr || out_len == nullptr) {
+    VORN_LOG(VORN_ERR, "sn buff is NULL.\n");
+    return -1;
+  }
+  vorn_m2m_sn_req_msg_v01 req{};
+  vorn_m2m_sn_resp_msg_v01 resp;
+  if (m2m::send<m2m::Sn>(Guard::FailAtOnce, req, resp).verdict != 0) return -1;
+  if (resp.sn_valid == 1 && resp.sn_len != 0) {
+    uint32_t len = std::min<uint32_t>(resp.sn_len, sizeof resp.sn);
+    std::memcpy(out, resp.sn, len);
+    *out_len = len;
+  }
+  return 0;
+}
+
+VORNPAL_API int vorn_m2m_pal_backup_device_data(void) {
+  vorn_m2m_backup_device_data_req_msg_v01 req{};
+  vorn_m2m_backup_device_data_resp_msg_v01 resp;
+  m2m::Sent sent = m2m::send<m2m::BackupDeviceData>(Guard::LazyStartNoSecondLook, req, resp);
+  if (sent.verdict != 0) {
+    VORN_LOG(VORN_ERR, "qmi send message fail rc = %d, error:%d\r\n", sent.rc,
+             static_cast<int>(resp.resp.error));
+    return -1;
+  }
+  return 0;
+}
+
+VORNPAL_API void *vorn_thread_func_rfnv(void *) {
+  Value imei1 = {}, imei2 = {}, serial = {};
+  int ret = vorn_m2m_pal_read_imei(imei1, imei2);
+  VORN_LOG(VORN_INFO, "ret=%d, imei=%s, imei1=%s\n", ret, imei1, imei2);
+  if (imei1[0] != '\0') back_up(kImei1File, imei1);
+  if (imei2[0] != '\0') back_up(kImei2File, imei2);
+  ret = vorn_m2m_pal_get_fsn(serial, kValueSize);
+  VORN_LOG(VORN_INFO, "ret=%d, sn=%s\n", ret, serial);
+  if (serial[0] != '\0') back_up(kSerialFile, serial);
+  return nullptr;
+}
+
+}  // extern "C"
