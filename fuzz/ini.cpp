@@ -9,6 +9,8 @@
 #include <cstring>
 #include <string>
 
+#include "sandbox_check.h"
+
 namespace {
 
 const std::string &file_path() {
@@ -31,11 +33,7 @@ int count_keys(const char *, const char *key, const char *value, void *data) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-  const char *sandboxed = std::getenv("VORNPAL_SANDBOX");
-  if (sandboxed == nullptr || std::strcmp(sandboxed, "1") != 0) {
-    std::fprintf(stderr, "run inside tools/sandbox/vornpal-sandbox\n");
-    std::exit(2);
-  }
+  require_sandbox();
   return 0;
 }
 

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "sandbox_check.h"
+
 namespace {
 
 const char *const kFiles[] = {"/data/log_client_setting", "/data/oem/logs/fwa",
@@ -36,11 +38,7 @@ unsigned int filter_id(const uint8_t *head) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-  const char *sandboxed = std::getenv("VORNPAL_SANDBOX");
-  if (sandboxed == nullptr || std::strcmp(sandboxed, "1") != 0) {
-    std::fprintf(stderr, "run inside tools/sandbox/vornpal-sandbox\n");
-    std::exit(2);
-  }
+  require_sandbox();
   mkdir("/data/oem", 0755);
   mkdir("/data/oem/logs", 0755);
   return 0;

@@ -8,7 +8,10 @@ cmake -S "$root" -B "$root/build" -G Ninja
 cmake --build "$root/build"
 ctl="$root/build/tools/vornpalctl"
 export VORNPALCTL_STATE=${VORNPALCTL_STATE:-$root/build/vornpalctl-state}
+# A tour: the modem, the device's identity, an NV item there and back, an SMS.
 "$ctl" modem status
-"$ctl" log level
-"$ctl" watchfile add "vornpalctl bootstrap"
+"$ctl" device info
+"$ctl" nv write /nv/item_files/odm/bootstrap --hex 48656C6C6F
+"$ctl" nv read /nv/item_files/odm/bootstrap --hex
+"$ctl" sms encode +4915112345678 "Hello from vornpalctl"
 "$ctl" watchfile show

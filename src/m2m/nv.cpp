@@ -61,11 +61,18 @@ m2m::Sent send_nvrw(Guard guard, uint32_t word0, uint32_t word1, const uint8_t *
   return sent;
 }
 
-// The item of a successful read by number, or 0 bytes when it holds none.
-size_t nvrw_item_len(const vorn_m2m_nvrw_resp_msg_v01 &resp) {
+// Reads an item by number into resp: its length, 0 when it holds none, -1
+// when the output is missing or the request failed.
+int read_by_nvid(uint32_t word0, uint32_t word1, const void *out,
+                 vorn_m2m_nvrw_resp_msg_v01 &resp) {
+  if (out == nullptr) {
+    VORN_LOG(VORN_ERR, "Parameter is error!\n");
+    return -1;
+  }
+  if (send_nvrw(Guard::None, word0, word1, nullptr, 0, resp).verdict != 0) return -1;
   if (resp.data_valid != 1 || resp.data_len == 0) return 0;
   VORN_LOG(VORN_DBUG, "Receive nv value len %d\n", static_cast<int>(resp.data_len));
-  return received_len(resp.data_len, kNvrwMax);
+  return static_cast<int>(received_len(resp.data_len, kNvrwMax));
 }
 
 }  // namespace
@@ -135,14 +142,9 @@ VORNPAL_API int vorn_m2m_pal_efs_rename(const char *old_path, const char *new_pa
 }
 
 VORNPAL_API int vorn_m2m_pal_read_nv_by_nvid(uint32_t word0, uint32_t word1, uint8_t *out_hex) {
-  if (out_hex == nullptr) {
-    VORN_LOG(VORN_ERR, "Parameter is error!\n");
-    return -1;
-  }
   vorn_m2m_nvrw_resp_msg_v01 resp;
-  if (send_nvrw(Guard::None, word0, word1, nullptr, 0, resp).verdict != 0) return -1;
-  size_t len = nvrw_item_len(resp);
-  if (len == 0) return 0;
+  int len = read_by_nvid(word0, word1, out_hex, resp);
+  if (len <= 0) return len;
   char text[2 * kNvrwMax + 1] = {};
   render_hex(resp.data, len, text);
   std::memcpy(out_hex, text, 2 * len);
@@ -150,14 +152,9 @@ VORNPAL_API int vorn_m2m_pal_read_nv_by_nvid(uint32_t word0, uint32_t word1, uin
 }
 
 VORNPAL_API int vorn_m2m_pal_read_nvstr_by_nvid(uint32_t word0, uint32_t word1, char *out) {
-  if (out == nullptr) {
-    VORN_LOG(VORN_ERR, "Parameter is error!\n");
-    return -1;
-  }
   vorn_m2m_nvrw_resp_msg_v01 resp;
-  if (send_nvrw(Guard::None, word0, word1, nullptr, 0, resp).verdict != 0) return -1;
-  size_t len = nvrw_item_len(resp);
-  if (len == 0) return 0;
+  int len = read_by_nvid(word0, word1, out, resp);
+  if (len <= 0) return len;
   vorn_string_memcpy(out, reinterpret_cast<const char *>(resp.data), len);
   return 0;
 }

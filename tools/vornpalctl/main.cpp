@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -44,7 +45,10 @@ void print_help() {
       "Drives libvornpal against the simulated modem. State (the device's /data and\n"
       "/tmp, the modem's store) lives in DIR, by default $VORNPALCTL_STATE or\n"
       "~/.local/state/vornpalctl.\n\ncommands:\n");
-  for (const Command &c : commands()) std::printf("  %-28s %-24s %s\n", c.path, c.usage, c.help);
+  std::vector<Command> sorted = commands();
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const Command &a, const Command &b) { return std::strcmp(a.path, b.path) < 0; });
+  for (const Command &c : sorted) std::printf("  %-28s %-24s %s\n", c.path, c.usage, c.help);
 }
 
 // The command whose path matches the most leading words.
