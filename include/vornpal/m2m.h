@@ -18,6 +18,7 @@
 
 #include <vornpal/defs.h>
 #include <vornpal/event.h>
+#include <vornpal/network.h>
 
 VORNPAL_BEGIN_DECLS
 
@@ -314,6 +315,30 @@ typedef struct {
 /* Needs the client. 0; 3 for a PDU too long; -1 when the modem refused or
  * could not be reached, or for NULL. */
 VORNPAL_API int vorn_m2m_send_sms_pdu_ack(const vorn_m2m_sms_ack *ack);
+
+/* ---- radio ----------------------------------------------------------------
+ *
+ * These fill the vendor service's part of the Network family's records; the
+ * rest of each record is left as it was. A NULL record gives -1.
+ */
+
+/* Carrier aggregation (starts the client): the primary carrier, and up to
+ * ten secondary carriers with scc_count. */
+VORNPAL_API int vorn_m2m_pal_get_cainfo(vorn_network_info *info);
+/* Link quality (starts the client), by info->access_tech: LTE the lte_
+ * values, ENDC the lte_ and the nsa_nr_ values, NR the nr_ values, any other
+ * radio none. 0 with nothing filled when the modem has no values. The first
+ * argument is not used. */
+VORNPAL_API int vorn_m2m_pal_get_cell_sig_info(int unused, vorn_network_info *info);
+/* GSM neighbour details (needs the client); 0 with nothing filled when the
+ * modem has none. */
+VORNPAL_API int vorn_m2m_pal_get_cell_info_ext(vorn_network_info *info);
+/* NR cell lock through the vendor service (needs the client). set: with rat
+ * VORN_NETWORK_LOCK_RAT_NR and enable 1 the modem locks to the nr_count
+ * cells (earfcn and pci); any other record unlocks. get: nr_count and each
+ * cell's earfcn and pci, nr_count 0 when the modem holds no lock. */
+VORNPAL_API int vorn_m2m_pal_set_cell_lock_ext_info(const vorn_network_freqlock_info *info);
+VORNPAL_API int vorn_m2m_pal_get_cell_lock_ext_info(vorn_network_freqlock_info *info);
 
 /* ---- fixed results ------------------------------------------------------- */
 

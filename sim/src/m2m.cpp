@@ -293,6 +293,58 @@ void scan_cells(State &, const vorn_m2m_placeholder_req_msg_v01 &, vorn_m2m_resu
   indicate(Svc::M2M, QMI_VORN_M2M_SCAN_CELL_INFO_IND_V01, ind);
 }
 
+// ---- radio reports --------------------------------------------------------------
+
+// The current act word of the service: 0 GSM, 7 LTE, 11 NR, 13 ENDC.
+constexpr uint32_t kActGsm = 0;
+constexpr uint32_t kActNr = 11;
+
+// An LTE primary carrier on band 3 with band 7 active and band 20
+// configured; the secondary bands are numbered as the library numbers them.
+void carriers(State &s, const vorn_m2m_placeholder_req_msg_v01 &, vorn_m2m_get_ca_info_resp_msg_v01 &resp) {
+  if (s.act == kActGsm) return;  // no aggregation on GSM
+  resp.pcell.band = s.act == kActNr ? 78 : 3;
+  struct Secondary {
+    uint32_t band;
+    uint8_t state;
+    uint8_t uplink;
+  };
+  constexpr Secondary kSecondaries[] = {{107, 2, 1}, {120, 1, 0}};
+  for (const Secondary &cell : kSecondaries) {
+    auto &scc = resp.scc[resp.ca_scc_list_len++];
+    scc.band = cell.band;
+    scc.scell_state = cell.state;
+    scc.ul_configerd = cell.uplink;
+  }
+}
+
+// LTE values always; NR values only where NR carries traffic.
+void link_quality(State &s, const vorn_m2m_placeholder_req_msg_v01 &, vorn_m2m_get_sig_info_resp_msg_v01 &resp) {
+  if (s.act == kActGsm) return;  // sig_info_valid 0
+  resp.sig_info_valid = 1;
+  resp.lte_cqi = 12;
+  resp.lte_ri = 2;
+  resp.lte_dlrank = 2;
+  resp.lte_dlmcs = 22;
+  resp.lte_ulmcs = 17;
+  if (s.act < kActNr) return;
+  resp.nr_valid = 1;
+  resp.nr_cqi = 13;
+  resp.nr_ri = 4;
+  resp.nr_dlrank = 4;
+  resp.nr_dlmcs = 25;
+  resp.nr_ulmcs = 20;
+}
+
+// GSM neighbour details exist only while the module camps on GSM: then each
+// of four neighbours has a 16-byte rx level block (rising levels 20 + n).
+void gsm_details(State &s, const vorn_m2m_placeholder_req_msg_v01 &, vorn_m2m_get_cell_info_ext_resp_msg_v01 &resp) {
+  if (s.act != kActGsm) return;
+  resp.cell_info_ext_valid = 1;
+  resp.info[0] = 4;
+  for (size_t i = 1; i < sizeof resp.info; ++i) resp.info[i] = static_cast<uint8_t>(20 + (i - 1) / 16);
+}
+
 // ---- registration of the handlers --------------------------------------------
 
 void install_handlers() {
@@ -395,26 +447,10 @@ void install_handlers() {
       QMI_VORN_M2M_SET_IPV6_FORMAT_REQ_V01, [](State &s, const auto &req, R &) {
         std::memcpy(s.ipv6_format.data(), req.format, sizeof req.format);
       });
-  serve<P, vorn_m2m_get_ca_info_resp_msg_v01>(
-      QMI_VORN_M2M_GET_CA_INFO_REQ_V01, [](State &s, const P &, auto &resp) {
-        if (s.rmnet_active == 0) return;
-        resp.pcell.band = 3;
-        resp.ca_scc_list_len = 1;
-        resp.scc[0].band = 7;
-        resp.scc[0].scell_state = 1;
-      });
+  serve<P, vorn_m2m_get_ca_info_resp_msg_v01>(QMI_VORN_M2M_GET_CA_INFO_REQ_V01, carriers);
   serve<P, R>(QMI_VORN_M2M_BACKUP_DEVICE_DATA_REQ_V01, [](State &s, const P &, R &) { ++s.backups; });
   serve<vorn_m2m_copy_nv_item_req_msg_v01, R>(QMI_VORN_M2M_COPY_NV_ITEM_REQ_V01, copy_item);
-  serve<P, vorn_m2m_get_sig_info_resp_msg_v01>(
-      QMI_VORN_M2M_GET_SIG_INFO_REQ_V01, [](State &, const P &, auto &resp) {
-        resp.sig_info_valid = 1;
-        resp.lte_cqi = 12;
-        resp.lte_dlrank = 2;
-        resp.lte_dlmcs = 22;
-        resp.nr_cqi = 13;
-        resp.nr_dlrank = 4;
-        resp.nr_dlmcs = 25;
-      });
+  serve<P, vorn_m2m_get_sig_info_resp_msg_v01>(QMI_VORN_M2M_GET_SIG_INFO_REQ_V01, link_quality);
   serve<P, vorn_m2m_get_authentication_mode_resp_msg_v01>(
       QMI_VORN_M2M_GET_AUTHENTICATION_MODE_REQ_V01,
       [](State &s, const P &, auto &resp) { put_text(resp.mode, s.auth_mode); });
@@ -447,8 +483,7 @@ void install_handlers() {
   serve<P, vorn_get_cell_lock_ext_resp_msg_v01>(
       QMI_VORN_GET_CELL_LOCK_EXT_REQ_V01,
       [](State &s, const P &, auto &resp) { std::memcpy(&resp.lock, s.cell_lock.data(), sizeof resp.lock); });
-  serve<P, vorn_m2m_get_cell_info_ext_resp_msg_v01>(QMI_VORN_M2M_GET_CELL_INFO_EXT_REQ_V01,
-                                                    [](State &, const P &, auto &) {});
+  serve<P, vorn_m2m_get_cell_info_ext_resp_msg_v01>(QMI_VORN_M2M_GET_CELL_INFO_EXT_REQ_V01, gsm_details);
   serve<vorn_m2m_set_prfmod_req_msg_v01, R>(
       QMI_VORN_M2M_SET_PRFMOD_REQ_V01, [](State &s, const auto &req, R &resp) {
         if (req.profile_index < 0) return refuse_with(resp, kBadArgument);
