@@ -1,6 +1,7 @@
 // vornpalctl: inspect and drive libvornpal from a shell. On a host it runs in
 // the sandbox against the simulated modem, with its state (the /data and
 // /tmp of the device, the modem's store) kept in a directory between runs.
+#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -71,15 +73,34 @@ const Command *find(const Args &words, size_t &consumed) {
   return best;
 }
 
+// Directories of this program and of the libraries it loaded (libvornpal and
+// the simulated modem may live in a build tree that the sandbox would hide).
+std::set<std::string> loaded_dirs(const std::string &self) {
+  std::set<std::string> dirs = {self.substr(0, self.rfind('/'))};
+  dl_iterate_phdr(
+      [](dl_phdr_info *info, size_t, void *data) {
+        std::string path = info->dlpi_name != nullptr ? info->dlpi_name : "";
+        if (path.size() > 1 && path[0] == '/')
+          static_cast<std::set<std::string> *>(data)->insert(path.substr(0, path.rfind('/')));
+        return 0;
+      },
+      &dirs);
+  return dirs;
+}
+
 // Re-runs this program inside the sandbox with the state directory bound.
 int run_in_sandbox(char **argv, const std::string &state) {
   char self[PATH_MAX];
   ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
   if (n <= 0) return 1;
   self[n] = '\0';
-  std::string exe_dir(self, std::string(self).rfind('/'));
-  std::vector<std::string> args = {VORNPAL_SANDBOX_SCRIPT, "--state", state, "--expose", exe_dir,
-                                   "--", self};
+  std::vector<std::string> args = {VORNPAL_SANDBOX_SCRIPT, "--state", state};
+  for (const std::string &dir : loaded_dirs(self)) {
+    args.emplace_back("--expose");
+    args.push_back(dir);
+  }
+  args.emplace_back("--");
+  args.emplace_back(self);
   for (char **a = argv + 1; *a; ++a) args.emplace_back(*a);
   std::vector<char *> cargs;
   for (auto &a : args) cargs.push_back(a.data());
