@@ -43,7 +43,7 @@ struct State {
   std::string manufacturer = "Vorn Wireless";
   std::string model = "VN5G-FWA100";
   std::string hw_version = "V1.2";
-  std::string project_name = "vornfwa5g";
+  std::string project_name = "VN5G-FWA100-NA-00";
   std::string modem_version = "VN5GFWAR01A03";
   std::string cefs_version = "VN5GFWAR01A03_CEFS02";
   std::string auth_mode = "PAP_CHAP";
