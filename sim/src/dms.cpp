@@ -13,6 +13,8 @@
 #include <vornpal/platform/device_management_service_v01.h>
 #include <vornsim/sim.h>
 
+#include "service_state.h"
+
 namespace vornsim {
 namespace {
 
@@ -39,25 +41,9 @@ struct State {
 std::mutex state_mutex;
 State state;
 
-template <class Resp>
-void refuse_with(Resp &resp, qmi_error_type_v01 error) {
-  resp.resp.result = QMI_RESULT_FAILURE_V01;
-  resp.resp.error = error;
-}
-
-template <size_t N>
-void put_text(char (&field)[N], const std::string &text) {
-  size_t len = std::min(text.size(), N - 1);
-  std::memcpy(field, text.data(), len);
-  field[len] = '\0';
-}
-
 template <class Req, class Resp>
 void serve(unsigned id, void (*fn)(State &, const Req &, Resp &)) {
-  on(Svc::DMS, id, typed<Req, Resp>([fn](const Req &req, Resp &resp) {
-       std::lock_guard<std::mutex> lock(state_mutex);
-       fn(state, req, resp);
-     }));
+  on(Svc::DMS, id, guarded(state_mutex, state, fn));
 }
 
 // ---- operating mode ----------------------------------------------------------

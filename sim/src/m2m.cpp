@@ -18,6 +18,8 @@
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 #include <vornsim/sim.h>
 
+#include "service_state.h"
+
 namespace vornsim {
 namespace {
 
@@ -98,38 +100,14 @@ State factory_state() {
 // ---- small helpers ---------------------------------------------------------
 
 template <class Resp>
-void refuse_with(Resp &resp, qmi_error_type_v01 error) {
-  resp.resp.result = QMI_RESULT_FAILURE_V01;
-  resp.resp.error = error;
-}
-
-template <size_t N>
-std::string field_text(const char (&field)[N]) {
-  return std::string(field, strnlen(field, N));
-}
-
-// A text into a fixed field, cut so that the terminator fits.
-template <size_t N>
-void put_text(char (&field)[N], const std::string &text) {
-  size_t len = std::min(text.size(), N - 1);
-  std::memcpy(field, text.data(), len);
-  field[len] = '\0';
-}
-
-template <class Resp>
 void answer_text(Resp &resp, const std::string &text) {
   put_text(resp.text, text);
   resp.len = static_cast<uint32_t>(std::strlen(resp.text));
 }
 
-// Handlers run on the client's thread, several at once: each one holds the
-// state's mutex for its whole answer.
 template <class Req, class Resp>
 void serve(unsigned id, void (*fn)(State &, const Req &, Resp &)) {
-  on(Svc::M2M, id, typed<Req, Resp>([fn](const Req &req, Resp &resp) {
-       std::lock_guard<std::mutex> lock(state_mutex);
-       fn(state, req, resp);
-     }));
+  on(Svc::M2M, id, guarded(state_mutex, state, fn));
 }
 
 // ---- the EFS store and NV items --------------------------------------------

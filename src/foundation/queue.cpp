@@ -183,6 +183,18 @@ void unlink_ordered(ordered_list_type *list, ordered_list_link_type *link) {
 
 }  // namespace
 
+namespace {
+
+// A value of a list read under its lock; a zeroed list is made usable first.
+template <class List, class Read>
+auto read_locked(List *list, Read read) {
+  ensure_ready(list);
+  Hold hold(&list->mutex);
+  return read();
+}
+
+}  // namespace
+
 extern "C" {
 
 // ---- q_type ------------------------------------------------------------------
@@ -423,33 +435,23 @@ VORNPAL_API list_link_type *list_pop_back(list_type *list) {
 }
 
 VORNPAL_API uint32_t list_size(list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->size;
+  return read_locked(list, [&] { return list->size; });
 }
 
 VORNPAL_API list_link_type *list_peek_front(list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->front;
+  return read_locked(list, [&] { return list->front; });
 }
 
 VORNPAL_API list_link_type *list_peek_back(list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->back;
+  return read_locked(list, [&] { return list->back; });
 }
 
 VORNPAL_API list_link_type *list_peek_next(list_type *list, list_link_type *link) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return link->next;
+  return read_locked(list, [&] { return link->next; });
 }
 
 VORNPAL_API list_link_type *list_peek_prev(list_type *list, list_link_type *link) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return walk_to_predecessor(list->front, link);
+  return read_locked(list, [&] { return walk_to_predecessor(list->front, link); });
 }
 
 VORNPAL_API void list_push_before(list_type *list, list_link_type *link, list_link_type *at) {
@@ -632,35 +634,25 @@ VORNPAL_API ordered_list_link_type *ordered_list_pop_back(ordered_list_type *lis
 }
 
 VORNPAL_API uint32_t ordered_list_size(ordered_list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->size;
+  return read_locked(list, [&] { return list->size; });
 }
 
 VORNPAL_API ordered_list_link_type *ordered_list_peek_front(ordered_list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->front;
+  return read_locked(list, [&] { return list->front; });
 }
 
 VORNPAL_API ordered_list_link_type *ordered_list_peek_back(ordered_list_type *list) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return list->back;
+  return read_locked(list, [&] { return list->back; });
 }
 
 VORNPAL_API ordered_list_link_type *ordered_list_peek_next(ordered_list_type *list,
                                                            ordered_list_link_type *link) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return link->next;
+  return read_locked(list, [&] { return link->next; });
 }
 
 VORNPAL_API ordered_list_link_type *ordered_list_peek_prev(ordered_list_type *list,
                                                            ordered_list_link_type *link) {
-  ensure_ready(list);
-  Hold hold(&list->mutex);
-  return link->prev;
+  return read_locked(list, [&] { return link->prev; });
 }
 
 VORNPAL_API void ordered_list_pop_item(ordered_list_type *list, ordered_list_link_type *link) {
