@@ -45,8 +45,12 @@ VORNPAL_API int vorn_pal_event_unregister(list_type *event_list,
  * Calls every registered callback with (event_id, data, size, user_data),
  * then frees data when it is not null: data must be a heap block that the
  * poster gives up (null with size 0 for a bare notification). A negative
- * event_id ends the call at once and leaves data alone. Callbacks may
- * register and unregister, themselves included.
+ * event_id ends the call at once and leaves data alone.
+ *
+ * The delivery follows the list as it stands when it reaches each node, with
+ * no lock held while a callback runs. So a callback may register and
+ * unregister, itself included: one it unregisters further down the list is
+ * not called in this delivery, and one it registers is called at its end.
  */
 VORNPAL_API void vorn_pal_post_event(list_type *event_list, int event_id, void *data, int size);
 

@@ -8,8 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <new>
-#include <vector>
+#include <mutex>
 
 #include "foundation/clock.h"
 #include "foundation/containers.h"
@@ -42,29 +41,109 @@ vorn_pal_event_node *node_of(list_link_type *link) {
   return reinterpret_cast<vorn_pal_event_node *>(link);
 }
 
-struct Registration {
-  vorn_pal_event_callback callback;
-  void *user_data;
+// ---- delivery walk -----------------------------------------------------------
+//
+// A delivery walks the live list from the front and reads the next node after
+// each callback, taking the list's mutex for each step only: callbacks run
+// with no lock held, and what they register or unregister on the way is seen
+// by the rest of the walk. The node a walk stands on must outlive the callback
+// it calls, so an unregistration (or a clean) that meets such a node only
+// clears its callback; the last walk to step off it unlinks and frees it.
+
+// One delivery in progress. `at` changes only under the walked list's mutex.
+struct Walk {
+  list_type *list;
+  list_link_type *at;
+  Walk *next;
 };
 
-// The registrations as they stand, taken under the list's mutex. Delivery
-// then runs on the copy with no lock held, so callbacks may register and
-// unregister (themselves included) and another thread may unregister while a
-// delivery is under way without the walk ever reading a freed node.
-std::vector<Registration> registrations_of(list_type *list) {
-  vorn::containers::ensure_ready(list);
-  std::vector<Registration> found;
-  try {
-    Hold hold(&list->mutex);
-    found.reserve(list->size);
-    for (list_link_type *link = list->front; link != nullptr; link = link->next) {
-      vorn_pal_event_node *node = node_of(link);
-      if (node->callback != nullptr) found.push_back({node->callback, node->user_data});
-    }
-  } catch (const std::bad_alloc &) {
-    out_of_memory(__LINE__);
+// Every walk in progress, on any list. Taken inside a list's mutex, never
+// the other way round.
+std::mutex walks_mutex;
+Walk *walks = nullptr;
+
+class WalkOn {
+ public:
+  explicit WalkOn(list_type *list) : walk_{list, nullptr, nullptr} {
+    std::lock_guard<std::mutex> lock(walks_mutex);
+    walk_.next = walks;
+    walks = &walk_;
   }
-  return found;
+  ~WalkOn() {
+    std::lock_guard<std::mutex> lock(walks_mutex);
+    Walk **slot = &walks;
+    while (*slot != &walk_) slot = &(*slot)->next;
+    *slot = walk_.next;
+  }
+  WalkOn(const WalkOn &) = delete;
+  WalkOn &operator=(const WalkOn &) = delete;
+
+  // Under the list's mutex.
+  void stand_on(list_link_type *link) { walk_.at = link; }
+
+ private:
+  Walk walk_;
+};
+
+// Walks of the list standing on link; the caller holds the list's mutex.
+int walks_on(list_type *list, list_link_type *link) {
+  std::lock_guard<std::mutex> lock(walks_mutex);
+  int count = 0;
+  for (Walk *walk = walks; walk != nullptr; walk = walk->next) {
+    count += walk->list == list && walk->at == link;
+  }
+  return count;
+}
+
+// Takes link out of the list if it is still in it; the caller holds the
+// list's mutex.
+void unlink_locked(list_type *list, list_link_type *link) {
+  list_link_type *before = nullptr;
+  for (list_link_type *at = list->front; at != link; before = at, at = at->next) {
+    if (at == nullptr) return;
+  }
+  if (before != nullptr) {
+    before->next = link->next;
+  } else {
+    list->front = link->next;
+  }
+  if (list->back == link) list->back = before;
+  --list->size;
+}
+
+// Removes a registration the caller found under the list's mutex: at once,
+// or, while a walk stands on it, by clearing its callback for that walk to
+// finish. The node to free now, if any.
+vorn_pal_event_node *retire_locked(list_type *list, list_link_type *link) {
+  if (walks_on(list, link) > 0) {
+    node_of(link)->callback = nullptr;
+    return nullptr;
+  }
+  unlink_locked(list, link);
+  return node_of(link);
+}
+
+// Moves the walk from link to the node behind it and returns that node with
+// what to call there. A retired node that no other walk stands on goes now.
+struct Step {
+  list_link_type *link;
+  vorn_pal_event_callback callback;
+  void *user_data;
+  vorn_pal_event_node *to_free;
+};
+
+Step step_locked(list_type *list, WalkOn &walk, list_link_type *from, list_link_type *to) {
+  Step step{to, nullptr, nullptr, nullptr};
+  walk.stand_on(to);
+  if (from != nullptr && node_of(from)->callback == nullptr && walks_on(list, from) == 0) {
+    unlink_locked(list, from);
+    step.to_free = node_of(from);
+  }
+  if (to != nullptr) {
+    step.callback = node_of(to)->callback;
+    step.user_data = node_of(to)->user_data;
+  }
+  return step;
 }
 
 // ---- command-queue records ---------------------------------------------------
@@ -190,18 +269,9 @@ VORNPAL_API int vorn_pal_event_unregister(list_type *event_list, vorn_pal_event_
     // Search and removal under one hold, so that two unregistrations of one
     // callback never pick the same node.
     Hold hold(&event_list->mutex);
-    list_link_type *before = nullptr;
-    for (list_link_type *link = event_list->front; link != nullptr;
-         before = link, link = link->next) {
+    for (list_link_type *link = event_list->front; link != nullptr; link = link->next) {
       if (node_of(link)->callback != callback) continue;
-      if (before != nullptr) {
-        before->next = link->next;
-      } else {
-        event_list->front = link->next;
-      }
-      if (event_list->back == link) event_list->back = before;
-      --event_list->size;
-      found = node_of(link);
+      found = retire_locked(event_list, link);
       break;
     }
   }
@@ -215,22 +285,56 @@ VORNPAL_API void vorn_pal_post_event(list_type *event_list, int event_id, void *
     std::free(data);
     return;
   }
-  std::vector<Registration> registrations = registrations_of(event_list);
-  if (registrations.empty()) {
+  vorn::containers::ensure_ready(event_list);
+  WalkOn walk(event_list);
+  Step step;
+  {
+    Hold hold(&event_list->mutex);
+    step = step_locked(event_list, walk, nullptr, event_list->front);
+  }
+  if (step.link == nullptr) {
     VORN_LOG(VORN_ERR, "get list_node_link from event_list failed.\n");
   }
-  for (const Registration &r : registrations) r.callback(event_id, data, size, r.user_data);
+  while (step.link != nullptr) {
+    if (step.callback != nullptr) step.callback(event_id, data, size, step.user_data);
+    list_link_type *from = step.link;
+    {
+      Hold hold(&event_list->mutex);
+      step = step_locked(event_list, walk, from, from->next);
+    }
+    std::free(step.to_free);
+  }
   std::free(data);
 }
 
 VORNPAL_API void vorn_pal_clean_event_list(list_type *event_list) {
   if (event_list == nullptr) return;
-  while (list_size(event_list) > 0) {
-    std::free(node_of(list_pop_front(event_list)));
+  vorn::containers::ensure_ready(event_list);
+  list_link_type *freed = nullptr;
+  {
+    Hold hold(&event_list->mutex);
+    list_link_type *link = event_list->front;
+    while (link != nullptr) {
+      list_link_type *next = link->next;
+      if (walks_on(event_list, link) > 0) {
+        // The walk on it ends there and frees it.
+        node_of(link)->callback = nullptr;
+        link->next = nullptr;
+      } else {
+        link->next = freed;
+        freed = link;
+      }
+      link = next;
+    }
+    event_list->front = nullptr;
+    event_list->back = nullptr;
+    event_list->size = 0;
   }
-  Hold hold(&event_list->mutex);
-  event_list->size = 0;
-  event_list->front = nullptr;
+  while (freed != nullptr) {
+    list_link_type *next = freed->next;
+    std::free(node_of(freed));
+    freed = next;
+  }
 }
 
 // ---- command-queue records ---------------------------------------------------

@@ -125,6 +125,119 @@ TEST(EventRegistry, BadArgumentsAndSelfRemoval) {
   vorn_pal_clean_event_list(&list);
 }
 
+// A daemon's registration with its own heap data, freed when it unregisters.
+struct Subscriber {
+  int alive = 1;
+};
+list_type *walked_list = nullptr;
+vorn_pal_event_callback dropped_later = nullptr;
+Subscriber *dropped_data = nullptr;
+vorn_pal_event_callback added_late = nullptr;
+
+void subscriber(int event_id, void *data, int size, void *user_data) {
+  record(event_id, data, size, user_data);
+  EXPECT_EQ(static_cast<Subscriber *>(user_data)->alive, 1);
+}
+void subscriber_b(int event_id, void *data, int size, void *user_data) {
+  subscriber(event_id, data, size, user_data);
+}
+void drop_later_one(int event_id, void *data, int size, void *user_data) {
+  record(event_id, data, size, user_data);
+  if (dropped_later == nullptr) return;
+  vorn_pal_event_unregister(walked_list, dropped_later);
+  delete dropped_data;
+  dropped_later = nullptr;
+}
+void add_one(int event_id, void *data, int size, void *user_data) {
+  record(event_id, data, size, user_data);
+  if (added_late == nullptr) return;
+  vorn_pal_event_register(walked_list, added_late, nullptr);
+  added_late = nullptr;
+}
+
+TEST(EventRegistry, DeliveryFollowsTheListAsCallbacksChangeIt) {
+  list_type list{};
+  walked_list = &list;
+  deliveries.clear();
+
+  // A callback that unregisters a later one, whose data its owner then
+  // frees: the later one is not called with it (ASan would see the read).
+  dropped_data = new Subscriber;
+  dropped_later = subscriber;
+  vorn_pal_event_register(&list, drop_later_one, nullptr);
+  vorn_pal_event_register(&list, subscriber, dropped_data);
+  vorn_pal_event_register(&list, record, nullptr);
+  vorn_pal_post_event(&list, 5, nullptr, 0);
+  ASSERT_EQ(deliveries.size(), 2u);
+  EXPECT_EQ(deliveries[1].event_id, 5) << "the one behind the removed node still gets it";
+  EXPECT_EQ(list_size(&list), 2u);
+  vorn_pal_clean_event_list(&list);
+
+  // A callback registered during a delivery is reached in that delivery.
+  deliveries.clear();
+  added_late = record_again;
+  vorn_pal_event_register(&list, add_one, nullptr);
+  vorn_pal_post_event(&list, 6, nullptr, 0);
+  ASSERT_EQ(deliveries.size(), 2u);
+  EXPECT_EQ(deliveries[1].event_id, 6);
+  vorn_pal_post_event(&list, 7, nullptr, 0);
+  EXPECT_EQ(deliveries.size(), 4u);
+  vorn_pal_clean_event_list(&list);
+
+  // A callback that unregisters itself, then the one behind it: both go,
+  // the walk goes on past them and the list ends empty of them.
+  deliveries.clear();
+  self_removing_list = &list;
+  auto *behind = new Subscriber;
+  dropped_data = behind;
+  dropped_later = subscriber_b;
+  vorn_pal_event_register(&list, remove_self, nullptr);
+  vorn_pal_event_register(&list, drop_later_one, nullptr);
+  vorn_pal_event_register(&list, subscriber_b, behind);
+  vorn_pal_event_register(&list, record_again, nullptr);
+  vorn_pal_post_event(&list, 8, nullptr, 0);
+  ASSERT_EQ(deliveries.size(), 3u);
+  EXPECT_EQ(list_size(&list), 2u);
+  vorn_pal_post_event(&list, 9, nullptr, 0);
+  EXPECT_EQ(deliveries.size(), 5u);
+  vorn_pal_clean_event_list(&list);
+}
+
+// Registers itself once per call of `once_register`, unregisters on its first
+// call: many walks at once stand on such nodes as they go.
+list_type once_list;
+std::atomic<int> once_calls{0};
+void once(int, void *, int, void *) {
+  ++once_calls;
+  vorn_pal_event_unregister(&once_list, once);
+}
+
+TEST(EventRegistry, SelfRemovalUnderConcurrentWalks) {
+  constexpr int kPosters = 3;
+  constexpr int kPosts = 2000;
+  std::atomic<int> posters_left{kPosters};
+  std::vector<std::thread> threads;
+  threads.emplace_back([&] {
+    int registered = 0;
+    while (posters_left > 0 || registered < 10) {
+      vorn_pal_event_register(&once_list, once, nullptr);
+      ++registered;
+      std::this_thread::yield();
+    }
+  });
+  for (int t = 0; t < kPosters; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < kPosts; ++i) vorn_pal_post_event(&once_list, i, nullptr, 0);
+      --posters_left;
+    });
+  }
+  for (auto &thread : threads) thread.join();
+  // Whatever is left is delivered once more; then every node is gone.
+  while (list_size(&once_list) > 0) vorn_pal_post_event(&once_list, 0, nullptr, 0);
+  EXPECT_GT(once_calls.load(), 0);
+  EXPECT_EQ(list_peek_front(&once_list), nullptr);
+}
+
 std::atomic<int> steady_calls{0};
 std::atomic<int> churn_calls{0};
 void steady(int, void *data, int size, void *) {
