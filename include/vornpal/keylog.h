@@ -73,8 +73,18 @@ VORNPAL_API void vorn_write_msg2file_ex(char *buffer, const char *path, const ch
 VORNPAL_API int vorn_set_log_client_setting(int log_client, int32_t log_size, int32_t log_number,
                                             const char *config_file);
 
-/* Loads both clients' limits from /data/log_client_setting; missing or
- * unreadable values take the defaults. Returns 0. */
+/*
+ * Loads both clients' limits from /data/log_client_setting; a missing file,
+ * section or key takes the default. A value is read as strtol reads it in
+ * base 10 and used as it stands: text with no digits is 0, negative and
+ * large values are kept. The byte limit of a file is log_size << 20 in 32
+ * bits, so a log_size of 0, or of 4096, rotates at every line, and negative
+ * sizes give limits of up to 4 GiB. A log_number of 0 or 1 (or less) keeps
+ * no numbered file: each rotation deletes the base file, and with a log_size
+ * of 0 the base file holds the last line alone. vorn_keylog_filter looks for
+ * every numbered file below log_number, so a large count makes it slow.
+ * Returns 0.
+ */
 VORNPAL_API int vorn_log_get_logsetting(void);
 
 /* Writes one key-log line (module 1-6 and event ids as above; others show

@@ -7,13 +7,14 @@
 #include <vornpal/process.h>
 #include <vornpal/strings.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -31,11 +32,6 @@ constexpr size_t kPanicLineBytes = 128;
 constexpr size_t kMsg2FileCommandBytes = 2048;
 constexpr size_t kMsg2FileLineBytes = 2 * VORN_MSG2FILE_BUF_SIZE;
 constexpr size_t kMsg2FileExCommandBytes = 3 * VORN_MSG2FILE_BUF_SIZE;
-
-// Limits a settings file can ask for: a file size whose bytes fit in 32 bits,
-// and a number of files that a rotation can walk in no time.
-constexpr long kMaxLogSizeMiB = 4095;
-constexpr long kMaxLogNumber = 999;
 
 struct log_client_setting {
   char name[kNameBytes];
@@ -183,13 +179,14 @@ int vorn_log_write_file(const char *text, int log_client) {
   return append_to(setting.name, text) ? 0 : -1;
 }
 
-// A setting as a number within [0, max]; the default for anything else.
-int32_t setting_value(const char *text, long max, int32_t fallback) {
-  errno = 0;
-  char *end = nullptr;
-  long value = std::strtol(text, &end, 10);
-  if (end == text || errno != 0 || value < 0 || value > max) return fallback;
-  return static_cast<int32_t>(value);
+// A setting as strtol reads it, whatever it holds: the files are written by
+// the framework's web interface, and its users get what they wrote. A value
+// beyond 32 bits is held as the target's 32-bit long holds it.
+int32_t setting_value(const char *text) {
+  long value = std::strtol(text, nullptr, 10);
+  return static_cast<int32_t>(
+      std::clamp<long>(value, std::numeric_limits<int32_t>::min(),
+                       std::numeric_limits<int32_t>::max()));
 }
 
 void load_client(int client) {
@@ -199,8 +196,8 @@ void load_client(int client) {
   ini_gets(source.section, "log_size", "1", size_text, sizeof size_text, kSettingsFile);
   ini_gets(source.section, "log_number", "2", number_text, sizeof number_text, kSettingsFile);
   log_client_setting loaded{};
-  loaded.file_size = setting_value(size_text, kMaxLogSizeMiB, 1);
-  loaded.file_numer = setting_value(number_text, kMaxLogNumber, 2);
+  loaded.file_size = setting_value(size_text);
+  loaded.file_numer = setting_value(number_text);
   vorn::checked_strcpy(loaded.name, source.base_path);
   std::lock_guard<std::mutex> lock(settings_mutex);
   settings[client] = loaded;

@@ -70,18 +70,24 @@ void expect_default_limits() {
   EXPECT_EQ(lines_of(kBase).size(), 1u);
 }
 
-TEST(KeyLog, SettingsSurviveBadFiles) {
+// Writes `count` key-log lines "line 0", "line 1", ... into fresh files.
+void write_lines(int count) {
+  fresh_logs();
+  for (int i = 0; i < count; ++i) vorn_keylog_write_file(1, 103, "line %d", i);
+}
+
+std::string text_of_line(const std::string &path) {
+  std::vector<std::string> lines = lines_of(path);
+  if (lines.size() != 1) return "<" + std::to_string(lines.size()) + " lines>";
+  return lines[0].substr(lines[0].rfind("| ") + 2);
+}
+
+TEST(KeyLog, SettingsAreReadAsTheyStand) {
+  // Files without the keys give the defaults.
   std::string binary;
   for (int i = 0; i < 2000; ++i) binary += static_cast<char>((i * 53 + 7) % 256);
-  const std::string bad_files[] = {
-      binary,
-      "[fwa_client]\nlog_si",
-      "[fwa_client]\nlog_size=" + std::string(3000, '9') + "\nlog_number=" + std::string(700, '7') +
-          "\n",
-      "[fwa_client]\nlog_size=abc\nlog_number=-4\n[panic_client]\nlog_size=\n",
-      "[other]\nlog_size=5\n",
-  };
-  for (const std::string &content : bad_files) {
+  for (const std::string &content : {binary, std::string("[fwa_client]\nlog_si"),
+                                     std::string("[other]\nlog_size=5\n")}) {
     vt::write_file(kSettings, content);
     EXPECT_EQ(vorn_log_get_logsetting(), 0);
     expect_default_limits();
@@ -89,6 +95,42 @@ TEST(KeyLog, SettingsSurviveBadFiles) {
   vt::remove_tree(kSettings);
   EXPECT_EQ(vorn_log_get_logsetting(), 0);
   expect_default_limits();
+
+  // No digits is a size of 0: every line rotates; a negative count keeps no
+  // numbered file, so the base file holds the last line alone.
+  vt::write_file(kSettings, "[fwa_client]\nlog_size=abc\nlog_number=-4\n");
+  vorn_log_get_logsetting();
+  write_lines(3);
+  EXPECT_EQ(text_of_line(kBase), "line 2\r\n");
+  EXPECT_FALSE(vt::file_exists(numbered(1)));
+
+  // A count of a thousand takes the first free numbers.
+  vt::write_file(kSettings, "[fwa_client]\nlog_size=\nlog_number=1000\n");
+  vorn_log_get_logsetting();
+  write_lines(3);
+  EXPECT_EQ(text_of_line(numbered(1)), "line 0\r\n");
+  EXPECT_EQ(text_of_line(numbered(2)), "line 1\r\n");
+  EXPECT_EQ(text_of_line(kBase), "line 2\r\n");
+
+  // 4096 MiB wraps to a limit of 0 in 32 bits; with three files the oldest
+  // goes.
+  vt::write_file(kSettings, "[fwa_client]\nlog_size=4096\nlog_number=3 files\n");
+  vorn_log_get_logsetting();
+  write_lines(4);
+  EXPECT_EQ(text_of_line(numbered(1)), "line 1\r\n");
+  EXPECT_EQ(text_of_line(numbered(2)), "line 2\r\n");
+  EXPECT_EQ(text_of_line(kBase), "line 3\r\n");
+  EXPECT_FALSE(vt::file_exists(numbered(3)));
+
+  // A size beyond 32 bits is the largest one, as on the target, whose long
+  // has 32 bits: a full mebibyte does not rotate.
+  vt::write_file(kSettings, "[fwa_client]\nlog_size=4294967297\n");
+  vorn_log_get_logsetting();
+  fresh_logs();
+  fill_base(0);
+  vorn_keylog_write_file(1, 103, "more");
+  EXPECT_FALSE(vt::file_exists(numbered(1)));
+  EXPECT_EQ(vt::read_file(kBase).size(), (1u << 20) + data_line_length("more"));
 }
 
 TEST(KeyLog, SettingsAreStoredAndLoaded) {
