@@ -325,15 +325,18 @@ VORNPAL_API int vorn_popen_call(const char *command, char *result, unsigned int 
     return -1;
   }
   if (result != nullptr) {
+    // Lines are read in pieces of at most size - 2 bytes, and of one byte
+    // for a result of two bytes: a piece of none would never end the loop.
+    // A result under two bytes holds no text, and nothing is read.
+    size_t line_size = std::max<size_t>(size, 2);
     std::unique_ptr<char, decltype(&std::free)> line(
-        static_cast<char *>(std::calloc(1, size + size_t{1})), &std::free);
+        static_cast<char *>(std::calloc(1, line_size)), &std::free);
     if (line == nullptr) {
       VORN_LOG(VORN_ERR, "result_str is NULL!");
       return -1;
     }
     if (size > 0) std::memset(result, 0, size);
-    // A line buffer under two bytes holds no text: nothing can be collected.
-    int line_limit = static_cast<int>(std::min<unsigned int>(size - 1, INT_MAX));
+    int line_limit = static_cast<int>(std::min<size_t>(std::max<size_t>(size - 1, 2), INT_MAX));
     while (size >= 2 && std::fgets(line.get(), line_limit, stream.file)) {
       if (size <= std::strlen(result) + std::strlen(line.get())) {
         VORN_LOG(VORN_ERR, "result_buf Exceeded max len.\n");

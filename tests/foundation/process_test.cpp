@@ -2,11 +2,13 @@
 #include <dirent.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vornpal/log.h>
 #include <vornpal/process.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -84,6 +86,28 @@ TEST(Process, PopenCollectsWhatFits) {
   EXPECT_EQ(vorn_popen_call("printf 12345678901234567890", small, sizeof small), 0);
   EXPECT_STREQ(small, "123456");
   EXPECT_TRUE(vt::logged("result_buf Exceeded max len.\n"));
+
+  // Every size returns, the tiny ones too, with what fits.
+  auto collect = [](unsigned size) {
+    char small_result[4] = {'z', 'z', 'z', 'z'};
+    EXPECT_EQ(vorn_popen_call("printf 'ab\\ncd\\n'", small_result, size), 0);
+    return std::string(small_result, sizeof small_result);
+  };
+  EXPECT_EXIT(
+      {
+        alarm(10);
+        for (unsigned size = 0; size <= 4; ++size) collect(size);
+        std::_Exit(0);
+      },
+      ::testing::ExitedWithCode(0), "")
+      << "a small result buffer makes the call hang";
+  if (!HasFailure()) {
+    EXPECT_EQ(collect(0), std::string("zzzz", 4));
+    EXPECT_EQ(collect(1), std::string("\0zzz", 4));
+    EXPECT_EQ(collect(2), std::string("a\0zz", 4));
+    EXPECT_EQ(collect(3), std::string("ab\0z", 4));
+    EXPECT_EQ(collect(4), std::string("ab\n\0", 4));
+  }
 
   EXPECT_EQ(vorn_popen_call("sleep 0.05; touch /tmp/popen_ran", nullptr, 0), 0);
   EXPECT_TRUE(vt::file_exists("/tmp/popen_ran"));
