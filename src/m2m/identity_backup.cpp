@@ -24,23 +24,25 @@ namespace {
 using vorn::m2m::Guard;
 namespace m2m = vorn::m2m;
 
-// One identity value: its file and the second copy beside it. Only the
-// file is ever read back; the copy is for the people who repair devices.
-struct IdentityFile {
-  const char *path;
-  const char *backup;
-};
-constexpr IdentityFile kImei1File{"/data/imei", "/data/imei_bak"};
-constexpr IdentityFile kImei2File{"/data/imei01", "/data/imei01_bak"};
-constexpr IdentityFile kSerialFile{"/data/cfsn", "/data/cfsn_bak"};
-
 // Values are handled in fields of 32 bytes; one more keeps a terminator.
 constexpr size_t kValueSize = 32;
 using Value = char[kValueSize + 1];
-// The longest text that fits either IMEI field of the request with its
-// terminator: a longer file (a damaged one) is cut rather than abort the
-// process at every start.
-constexpr size_t kRestoredTextMax = kValueSize - 1;
+
+// One identity value: its file, the second copy beside it, and the longest
+// text a restore takes from the file. Only the file is ever read back; the
+// copy is for the people who repair devices.
+struct IdentityFile {
+  const char *path;
+  const char *backup;
+  size_t restored_max;
+};
+// The first IMEI may run on into the second field of the request, and the
+// serial's request takes 36 bytes: both take the whole 32 bytes read. The
+// second IMEI's field holds 31 bytes and a terminator, and a longer text
+// would abort the process at every start, so a longer (damaged) file is cut.
+constexpr IdentityFile kImei1File{"/data/imei", "/data/imei_bak", kValueSize};
+constexpr IdentityFile kImei2File{"/data/imei01", "/data/imei01_bak", kValueSize - 1};
+constexpr IdentityFile kSerialFile{"/data/cfsn", "/data/cfsn_bak", kValueSize};
 
 // The request's two IMEI fields are adjacent: the first copy may run
 // through both, as the service's own tools do.
@@ -73,8 +75,10 @@ int send_imei(vorn_m2m_imei_req_msg_v01 &req, vorn_m2m_imei_resp_msg_v01 &resp) 
   return 0;
 }
 
-// The file's text, up to 32 bytes, or false when it does not open.
-bool read_identity_file(const char *path, Value &value) {
+// The file's text, up to the file's restore limit, or false when it does
+// not open.
+bool read_identity_file(const IdentityFile &file, Value &value) {
+  const char *path = file.path;
   int fd = open(path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return false;
   char data[kValueSize] = {};
@@ -84,10 +88,10 @@ bool read_identity_file(const char *path, Value &value) {
   std::memset(value, 0, sizeof value);
   if (got <= 0) return true;
   size_t len = strnlen(data, static_cast<size_t>(got));
-  if (len > kRestoredTextMax) {
+  if (len > file.restored_max) {
     VORN_LOG(VORN_WARN, "%s holds %d bytes, restoring the first %d\n", path,
-             static_cast<int>(len), static_cast<int>(kRestoredTextMax));
-    len = kRestoredTextMax;
+             static_cast<int>(len), static_cast<int>(file.restored_max));
+    len = file.restored_max;
   }
   vorn_string_memcpy(value, data, len);
   return true;
@@ -119,13 +123,13 @@ void vorn_restore_imei_sn() {
   bool first_restored = false;
   if (imei1[0] == '\0' && file_opens(kImei1File.path)) {
     VORN_LOG(VORN_INFO, "try to restore IMEI1\n");
-    read_identity_file(kImei1File.path, imei1);
+    read_identity_file(kImei1File, imei1);
     first_restored = true;
   }
   bool second_wanted = imei2[0] == '\0' && file_opens(kImei2File.path);
   if (second_wanted) {
     VORN_LOG(VORN_INFO, "try to restore IMEI2\n");
-    read_identity_file(kImei2File.path, imei2);
+    read_identity_file(kImei2File, imei2);
   }
   if (first_restored || second_wanted) vorn_m2m_pal_write_imei(imei1, imei2);
 
@@ -133,7 +137,7 @@ void vorn_restore_imei_sn() {
   VORN_LOG(VORN_INFO, "ret=%d, sn=%s\n", ret, serial);
   if (serial[0] != '\0' || !file_opens(kSerialFile.path)) return;
   VORN_LOG(VORN_INFO, "try to restore CFSN\n");
-  read_identity_file(kSerialFile.path, data);
+  read_identity_file(kSerialFile, data);
   vorn_m2m_pal_set_fsn(data, static_cast<uint32_t>(std::strlen(data)));
 }
 

@@ -207,20 +207,41 @@ TEST_F(IdentityBackup, RestoreSurvivesABackupCutAtEveryStep) {
   EXPECT_STREQ(writes[0].imei1, "");
   EXPECT_TRUE(vt::logged("read len=0\n"));
 
-  // A file with trailing garbage is restored as it stands, cut to fit.
-  lose_imeis();
-  vt::write_file("/data/imei", "861234050000011" + std::string(30, 'Z'));
-  vt::write_file("/data/imei01", "861234050000029");
-  writes = restore();
-  ASSERT_EQ(writes.size(), 1u);
-  EXPECT_EQ(std::string(writes[0].imei1), "861234050000011" + std::string(16, 'Z'));
-  EXPECT_STREQ(writes[0].imei2, "861234050000029");
-  EXPECT_TRUE(vt::logged("/data/imei holds 32 bytes, restoring the first 31\n"));
-
   lose_serial();
   vt::write_file("/data/cfsn", "VN5G24A000123\nXX");
   restore();
   EXPECT_EQ(serial_in_modem(), "VN5G24A000123\nXX") << "no newline is removed";
+}
+
+TEST_F(IdentityBackup, LongFilesRestoreTheirFirst32Bytes) {
+  {
+    std::lock_guard<std::mutex> lock(modem.mutex);
+    modem.imei1.clear();
+    modem.imei2.clear();
+  }
+  lose_serial();
+  const std::string imei1 = "861234050000011" + std::string(30, 'Z');
+  const std::string imei2 = "861234050000029" + std::string(30, 'Y');
+  const std::string serial = "VN5G24A000123-" + std::string(30, 'S');
+  vt::write_file("/data/imei", imei1);
+  vt::write_file("/data/imei01", imei2);
+  vt::write_file("/data/cfsn", serial);
+  ASSERT_EQ(vorn_m2m_pal_init(), 0);
+
+  // The first IMEI fills its field; the second one's field would take no
+  // terminator after 32 bytes, so it gets 31.
+  auto writes = imei_writes();
+  ASSERT_EQ(writes.size(), 1u);
+  EXPECT_EQ(std::string(writes[0].imei1, sizeof writes[0].imei1), imei1.substr(0, 32));
+  EXPECT_EQ(std::string(writes[0].imei2), imei2.substr(0, 31));
+  EXPECT_TRUE(vt::logged("/data/imei01 holds 32 bytes, restoring the first 31\n"));
+  EXPECT_EQ(vt::count_logged("/data/imei holds 32 bytes, restoring the first 31\n"), 0);
+
+  auto serials = vornsim::requests(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01);
+  ASSERT_EQ(serials.size(), 1u);
+  auto set_sn = serials[0].as<vorn_m2m_set_sn_req_msg_v01>();
+  EXPECT_EQ(set_sn.len, 32u);
+  EXPECT_EQ(std::string(set_sn.text, 32), serial.substr(0, 32));
 }
 
 }  // namespace
