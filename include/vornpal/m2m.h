@@ -177,8 +177,11 @@ VORNPAL_API int vorn_m2m_pal_backup_device_data(void);
 /*
  * Copies the IMEIs and the serial number into /data/imei, /data/imei01 and
  * /data/cfsn, each with a second copy ending in "_bak", which
- * vorn_m2m_pal_init restores from when the modem lost a value. Runs as a
- * thread when the modem asks for a backup; returns NULL.
+ * vorn_m2m_pal_init restores from when the modem lost a value (the first 32
+ * bytes of a file; 31 of /data/imei01). Each file then holds exactly the new
+ * value: it is written beside the file, flushed and renamed over it, so a
+ * power cut leaves the old value or the new one whole. Runs as a thread when
+ * the modem asks for a backup; returns NULL.
  */
 VORNPAL_API void *vorn_thread_func_rfnv(void *arg);
 

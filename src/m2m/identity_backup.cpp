@@ -7,16 +7,18 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <optional>
+#include <string>
 
-#include <vornpal/files.h>
 #include <vornpal/m2m.h>
 #include <vornpal/strings.h>
 
 #include "foundation/checked_copy.h"
 #include "foundation/log_site.h"
+#include "foundation/unique_fd.h"
 #include "m2m/client.h"
 
 namespace {
@@ -104,13 +106,49 @@ bool file_opens(const char *path) {
   return true;
 }
 
-// The file, then its copy. A file that exists is overwritten in place
-// without truncation; a missing one is made.
-void back_up(const IdentityFile &file, const char *text) {
-  unsigned len = static_cast<unsigned>(std::strlen(text));
-  for (const char *path : {file.path, file.backup}) {
-    if (vorn_write_file_sync(path, text, len) == 4) vorn_write_file_sync_create(path, text, len);
+bool write_all(int fd, const char *text, size_t len) {
+  for (size_t written = 0; written < len;) {
+    ssize_t n = write(fd, text + written, len - written);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    written += static_cast<size_t>(n);
   }
+  return true;
+}
+
+// Makes a rename in path's directory last across a power cut.
+void sync_directory_of(const char *path) {
+  std::string directory(path, std::strrchr(path, '/') - path);
+  vorn::UniqueFd fd(open(directory.empty() ? "/" : directory.c_str(),
+                         O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (fd.open()) fsync(fd.get());
+}
+
+// Replaces the content of path with text so that, whenever the power goes,
+// the file holds the old value or the new one, whole: the text is written
+// beside it, flushed, and then takes the file's name. The file beside it is
+// the writing thread's own, so two workers at once never mix their bytes.
+bool replace_file(const char *path, const char *text) {
+  std::string aside = std::string(path) + "." + std::to_string(gettid()) + ".new";
+  vorn::UniqueFd fd(open(aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0777));
+  if (!fd.open()) {
+    VORN_LOG(VORN_ERR, "open %s failed.\n", aside.c_str());
+    return false;
+  }
+  bool written = write_all(fd.get(), text, std::strlen(text)) && fsync(fd.get()) == 0;
+  fd.reset();
+  if (!written || rename(aside.c_str(), path) != 0) {
+    VORN_LOG(VORN_ERR, "write %s failed.\n", path);
+    unlink(aside.c_str());
+    return false;
+  }
+  sync_directory_of(path);
+  return true;
+}
+
+// The file, then its copy, each holding exactly the new value afterwards.
+void back_up(const IdentityFile &file, const char *text) {
+  for (const char *path : {file.path, file.backup}) replace_file(path, text);
 }
 
 // Restores what the modem lost and a file still holds: the IMEIs with one

@@ -1,15 +1,85 @@
 // IMEIs and serial number in the modem and their copies under /data: the
 // backup worker, and the restore at every vorn_m2m_pal_init after the modem
 // lost a value, with the files cut at every step of a backup.
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <vornpal/log.h>
 #include <vornpal/m2m.h>
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 
+#include <algorithm>
+
 #include "vornpal_test.h"
+
+// The file system calls that order a backup's steps pass through here, so
+// that a test can stop the world before and after each one, as a power cut
+// would, and look at the files. Unarmed, they only pass the call on.
+namespace cut {
+
+std::atomic<bool> armed{false};
+std::function<void(const std::string &step)> at_step;
+// Files (device and inode) flushed since their last change, with the size
+// they had then.
+std::map<std::pair<dev_t, ino_t>, off_t> flushed;
+int unflushed_renames = 0;
+
+void step(const std::string &name) {
+  if (armed && at_step) at_step(name);
+}
+
+template <class Fn>
+Fn next_symbol(const char *name) {
+  return reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
+}
+
+void note_flushed(int fd) {
+  struct stat st{};
+  if (armed && fstat(fd, &st) == 0) flushed[{st.st_dev, st.st_ino}] = st.st_size;
+}
+
+}  // namespace cut
+
+extern "C" int rename(const char *from, const char *to) {
+  static auto real = cut::next_symbol<int (*)(const char *, const char *)>("rename");
+  struct stat st{};
+  if (cut::armed && stat(from, &st) == 0) {
+    auto found = cut::flushed.find({st.st_dev, st.st_ino});
+    cut::unflushed_renames += found == cut::flushed.end() || found->second != st.st_size;
+  }
+  cut::step(std::string("before rename to ") + to);
+  int rc = real(from, to);
+  cut::step(std::string("after rename to ") + to);
+  return rc;
+}
+
+extern "C" int fsync(int fd) {
+  static auto real = cut::next_symbol<int (*)(int)>("fsync");
+  cut::step("before fsync");
+  int rc = real(fd);
+  cut::note_flushed(fd);
+  cut::step("after fsync");
+  return rc;
+}
+
+extern "C" int fdatasync(int fd) {
+  static auto real = cut::next_symbol<int (*)(int)>("fdatasync");
+  cut::step("before fdatasync");
+  int rc = real(fd);
+  cut::note_flushed(fd);
+  cut::step("after fdatasync");
+  return rc;
+}
 
 namespace {
 
@@ -135,12 +205,6 @@ TEST_F(IdentityBackup, WorkerCopiesEachValueTwice) {
   EXPECT_EQ(vt::read_file("/data/cfsn"), "VN5G24A000123");
   EXPECT_EQ(vt::read_file("/data/cfsn_bak"), "VN5G24A000123");
 
-  // An existing file is written in place: a longer old value keeps its tail.
-  vt::write_file("/data/cfsn", "OLD-SERIAL-NUMBER-1234");
-  ASSERT_EQ(vorn_m2m_pal_set_fsn("NEW-SN", 6), 0);
-  vorn_thread_func_rfnv(nullptr);
-  EXPECT_EQ(vt::read_file("/data/cfsn"), "NEW-SNRIAL-NUMBER-1234");
-  EXPECT_EQ(vt::read_file("/data/cfsn_bak"), "NEW-SNA000123");
 }
 
 TEST_F(IdentityBackup, RestoreBringsBackWhatTheModemLost) {
@@ -211,6 +275,101 @@ TEST_F(IdentityBackup, RestoreSurvivesABackupCutAtEveryStep) {
   vt::write_file("/data/cfsn", "VN5G24A000123\nXX");
   restore();
   EXPECT_EQ(serial_in_modem(), "VN5G24A000123\nXX") << "no newline is removed";
+}
+
+using Files = std::map<std::string, std::optional<std::string>>;
+
+Files identity_files() {
+  Files files;
+  for (const char *file : kFiles) {
+    files[file] = vt::file_exists(file) ? std::optional<std::string>(vt::read_file(file))
+                                        : std::nullopt;
+  }
+  return files;
+}
+
+void put_identity_files(const Files &files) {
+  for (const auto &[path, content] : files) {
+    std::remove(path.c_str());
+    if (content) vt::write_file(path, *content);
+  }
+}
+
+TEST_F(IdentityBackup, BackupCutAtAnyStepLeavesAWholeValue) {
+  struct Value {
+    const char *file;
+    std::string old_text, new_text;
+  };
+  const Value values[] = {
+      {"/data/imei", "8612340500000119876", "861234050000011"},
+      {"/data/imei01", "8612340500000299876", "861234050000029"},
+      {"/data/cfsn", "VN5G24A000123-REWORKED", "VN5G24A000123"},
+  };
+  auto set_modem = [this](const std::string &imei1, const std::string &imei2,
+                          const std::string &serial) {
+    {
+      std::lock_guard<std::mutex> lock(modem.mutex);
+      modem.imei1 = imei1;
+      modem.imei2 = imei2;
+    }
+    ASSERT_EQ(vorn_m2m_pal_set_fsn(serial.c_str(), static_cast<uint32_t>(serial.size())), 0);
+  };
+  set_modem(values[0].old_text, values[1].old_text, values[2].old_text);
+  vorn_thread_func_rfnv(nullptr);
+  for (const Value &value : values) {
+    ASSERT_EQ(vt::read_file(value.file), value.old_text);
+    ASSERT_EQ(vt::read_file(value.file + std::string("_bak")), value.old_text);
+  }
+
+  // The shorter values over the longer ones, with the files taken at every
+  // step of the way.
+  set_modem(values[0].new_text, values[1].new_text, values[2].new_text);
+  std::vector<std::pair<std::string, Files>> cuts;
+  cut::at_step = [&cuts](const std::string &step) { cuts.emplace_back(step, identity_files()); };
+  cut::flushed.clear();
+  cut::unflushed_renames = 0;
+  cut::armed = true;
+  vorn_thread_func_rfnv(nullptr);
+  cut::armed = false;
+  cut::at_step = nullptr;
+
+  for (const Value &value : values) {
+    EXPECT_EQ(vt::read_file(value.file), value.new_text) << "only the new value";
+    EXPECT_EQ(vt::read_file(value.file + std::string("_bak")), value.new_text);
+  }
+  EXPECT_FALSE(cuts.empty()) << "the backup is made in steps a power cut can fall between";
+  EXPECT_EQ(cut::unflushed_renames, 0) << "a value takes its name only once it is on disk";
+
+  // After a cut, each file holds the old or the new value whole, and a
+  // modem that lost everything gets one of them back.
+  auto whole = [](const Value &value, const std::optional<std::string> &text) {
+    return text && (*text == value.old_text || *text == value.new_text);
+  };
+  for (const auto &[step, files] : cuts) {
+    SCOPED_TRACE("power cut " + step);
+    for (const Value &value : values) {
+      EXPECT_TRUE(whole(value, files.at(value.file))) << value.file;
+      EXPECT_TRUE(whole(value, files.at(value.file + std::string("_bak")))) << value.file;
+    }
+    put_identity_files(files);
+    {
+      std::lock_guard<std::mutex> lock(modem.mutex);
+      modem.imei1.clear();
+      modem.imei2.clear();
+    }
+    lose_serial();
+    vorn_m2m_pal_deinit();
+    vornsim::clear_requests();
+    ASSERT_EQ(vorn_m2m_pal_init(), 0);
+    auto writes = imei_writes();
+    ASSERT_EQ(writes.size(), 1u);
+    EXPECT_TRUE(whole(values[0], std::string(writes[0].imei1)));
+    EXPECT_TRUE(whole(values[1], std::string(writes[0].imei2)));
+    auto serials = vornsim::requests(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01);
+    ASSERT_EQ(serials.size(), 1u);
+    auto set_sn = serials[0].as<vorn_m2m_set_sn_req_msg_v01>();
+    EXPECT_TRUE(whole(values[2], std::string(set_sn.text, std::min<size_t>(set_sn.len, 36))));
+  }
 }
 
 TEST_F(IdentityBackup, LongFilesRestoreTheirFirst32Bytes) {
