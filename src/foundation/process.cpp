@@ -1,6 +1,7 @@
 // Shell commands and child processes.
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -124,10 +125,24 @@ struct Pipe {
   }
 };
 
-// What the child does between fork and exec: only async-signal-safe calls.
-// The first pipe stays open in the program, so that its end tells the
-// parent that the program is gone; an exec failure sends errno through it.
-[[noreturn]] void run_child(char *const argv[], int status_fd, int output_fd) {
+// What the child does between vfork and exec. It runs on the caller's
+// memory while the caller's thread waits, so it makes system calls only: no
+// allocation, no lock. A handler of the caller would run on that memory as
+// well, so every handled signal goes back to its default before the caller's
+// mask returns. The first pipe stays open in the program, so that its end
+// tells the parent that the program is gone; an exec failure sends errno
+// through it.
+[[noreturn]] void run_child(char *const argv[], int status_fd, int output_fd,
+                            const sigset_t &caller_mask) {
+  struct sigaction default_action {};
+  default_action.sa_handler = SIG_DFL;
+  for (int sig = 1; sig < NSIG; ++sig) {
+    struct sigaction action {};
+    if (sigaction(sig, nullptr, &action) != 0) continue;
+    if (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN)
+      sigaction(sig, &default_action, nullptr);
+  }
+  sigprocmask(SIG_SETMASK, &caller_mask, nullptr);
   dup2(output_fd, STDOUT_FILENO);
   dup2(output_fd, STDERR_FILENO);
   fcntl(status_fd, F_SETFD, 0);
@@ -135,6 +150,20 @@ struct Pipe {
   int error = errno;
   if (write(status_fd, &error, sizeof error) < 0) _exit(-1);
   _exit(-1);
+}
+
+// Starts the child without a copy of the caller's address space, which a
+// daemon with a large heap would pay for at every command; the caller's
+// thread is held until the program runs. Signals stay blocked meanwhile so
+// that none reaches a handler in the child before it has reset them.
+pid_t start_child(char *const argv[], int status_fd, int output_fd) {
+  sigset_t all, caller_mask;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &caller_mask);
+  pid_t pid = vfork();
+  if (pid == 0) run_child(argv, status_fd, output_fd, caller_mask);
+  pthread_sigmask(SIG_SETMASK, &caller_mask, nullptr);
+  return pid;
 }
 
 // Collects the child's output until both pipes are closed, or kills the
@@ -218,9 +247,8 @@ int vorn_ds_exec_internal(const char *command, const std::string &program, char 
   Pipe status_pipe;
   Pipe output_pipe;
   if (!status_pipe.make() || !output_pipe.make()) return -1;
-  pid_t pid = fork();
+  pid_t pid = start_child(argv.data(), status_pipe.write_end.get(), output_pipe.write_end.get());
   if (pid < 0) return -1;
-  if (pid == 0) run_child(argv.data(), status_pipe.write_end.get(), output_pipe.write_end.get());
 
   VORN_LOG(VORN_INFO, "[cpid:%d] Spawned child PID(%d) command:\"%s\"\n",
            static_cast<int>(getpid()), static_cast<int>(pid), child_command.c_str());

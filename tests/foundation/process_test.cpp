@@ -160,7 +160,9 @@ TEST(Process, SystemCall3RunsAllowedProgramsWithoutShell) {
 }
 
 TEST(Process, SilentChildIsKilledSlowWriterIsNot) {
-  std::string silent = install_tool("vt-silent", "exec sleep 30");
+  // The program keeps a pipe to the caller open after it closed its outputs:
+  // the call waits on it, and its silence is what gets it killed.
+  std::string silent = install_tool("vt-silent", "exec >&- 2>&-; exec sleep 30");
   char output[64];
   auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(vorn_ds_system_call3(silent.c_str(), 0, output, sizeof output, 0), -1);
