@@ -1,7 +1,8 @@
 #!/bin/bash
 # Every test of the project: the host suite under ASan+UBSan, the threaded
 # tests under TSan, the armhf cross build under qemu-arm, short fuzz runs.
-# Each test process runs in the sandbox (tools/sandbox/vornpal-sandbox).
+# Each test process runs in the sandbox (tools/sandbox/vornpal-sandbox). The
+# long soaks (CTest label "soak") are left out: ctest -L soak runs them.
 #   scripts/test-all.sh            all stages
 #   VORNPAL_STAGES="asan armhf" scripts/test-all.sh
 set -uo pipefail
@@ -44,14 +45,15 @@ run_stage() {
 for stage in $stages; do
   case "$stage" in
     asan)
-      run_stage asan -DCMAKE_BUILD_TYPE=Debug -DVORNPAL_SANITIZE=address,undefined -DVORNPAL_BENCH=OFF ;;
+      run_stage asan -DCMAKE_BUILD_TYPE=Debug -DVORNPAL_SANITIZE=address,undefined -DVORNPAL_BENCH=OFF \
+        -- -LE soak ;;
     tsan)
       run_stage tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNPAL_SANITIZE=thread -DVORNPAL_BENCH=OFF \
-        -- -LE no-tsan ;;
+        -- -LE 'no-tsan|soak' ;;
     armhf)
       "$root/scripts/armhf-sysroot.sh" "$out/armhf-sysroot" || { failed=$((failed + 1)); continue; }
       run_stage armhf -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake" \
-        -DVORNPAL_ARMHF_SYSROOT="$out/armhf-sysroot" -DVORNPAL_BENCH=OFF ;;
+        -DVORNPAL_ARMHF_SYSROOT="$out/armhf-sysroot" -DVORNPAL_BENCH=OFF -- -LE soak ;;
     fuzz)
       run_stage fuzz -DVORNPAL_FUZZ=ON -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -- -L fuzz ;;
