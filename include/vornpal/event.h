@@ -54,7 +54,8 @@ VORNPAL_API int vorn_pal_event_unregister(list_type *event_list,
  */
 VORNPAL_API void vorn_pal_post_event(list_type *event_list, int event_id, void *data, int size);
 
-/* Frees every registration of the list. */
+/* Frees every registration of the list; the one a delivery is calling at
+ * that moment goes when that delivery returns from it, which ends it. */
 VORNPAL_API void vorn_pal_clean_event_list(list_type *event_list);
 
 /* ---- command-queue records ----------------------------------------------- */
