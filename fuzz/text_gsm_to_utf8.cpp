@@ -3,10 +3,10 @@
 //   first octet: output size; second: capacity of the unpacker; then the data
 #include <vornpal/text_conversion.h>
 
-#include "text_fuzz.h"
+#include "exact_buffers.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-  text_fuzz_init();
+  quiet_full_logging();
   return 0;
 }
 

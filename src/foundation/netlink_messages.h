@@ -22,25 +22,60 @@ constexpr size_t kAddressTextSize = 40;
 
 enum class DumpWalk { kMore, kDone, kFailed };
 
+// Calls visit(message) for each whole message of a datagram; stops when
+// visit returns false. True when the walk went to the datagram's end, false
+// when it met a message that is cut or claims less than its header.
+template <class Visit>
+bool for_each_message(const uint8_t *data, size_t length, Visit visit) {
+  size_t offset = 0;
+  while (offset < length) {
+    if (length - offset < sizeof(nlmsghdr)) return false;
+    const auto *message = reinterpret_cast<const nlmsghdr *>(data + offset);
+    if (message->nlmsg_len < sizeof(nlmsghdr) || message->nlmsg_len > length - offset)
+      return false;
+    if (!visit(message)) return true;
+    offset += NLMSG_ALIGN(message->nlmsg_len);
+  }
+  return true;
+}
+
+// Calls visit(attribute) for each whole route attribute of block[0..length);
+// an attribute that is cut or claims less than its header ends the walk.
+template <class Attribute, class Visit>
+void for_each_attribute(Attribute *block, size_t length, Visit visit) {
+  auto *bytes = reinterpret_cast<unsigned char *>(const_cast<rtattr *>(block));
+  size_t offset = 0;
+  while (offset < length && length - offset >= sizeof(rtattr)) {
+    auto *attribute = reinterpret_cast<Attribute *>(bytes + offset);
+    if (attribute->rta_len < sizeof(rtattr) || attribute->rta_len > length - offset) return;
+    visit(attribute);
+    offset += RTA_ALIGN(attribute->rta_len);
+  }
+}
+
 // The messages of one datagram of a route dump, each route to
 // vorn_dump_route. kMore when the dump goes on in a next datagram.
 inline DumpWalk walk_route_dump(const uint8_t *data, size_t length, const char *ifname, char *out) {
   VORN_LOG(VORN_DBUG, "Dump IPv6 default gateway:%d\n", static_cast<int>(length));
-  auto *message = reinterpret_cast<const nlmsghdr *>(data);
-  auto left = static_cast<int>(length);
-  for (; NLMSG_OK(message, left); message = NLMSG_NEXT(message, left)) {
+  DumpWalk end = DumpWalk::kMore;
+  bool whole = for_each_message(data, length, [&](const nlmsghdr *message) {
     if ((message->nlmsg_flags & NLM_F_DUMP_INTR) != 0)
       VORN_LOG(VORN_WARN, "Dump was interrupted\n");
     if (message->nlmsg_type == NLMSG_ERROR) {
       VORN_LOG(VORN_ERR, "netlink reported error\n");
-      return DumpWalk::kFailed;
+      end = DumpWalk::kFailed;
+      return false;
     }
-    if (message->nlmsg_type == NLMSG_DONE) return DumpWalk::kDone;
+    if (message->nlmsg_type == NLMSG_DONE) {
+      end = DumpWalk::kDone;
+      return false;
+    }
     vorn_dump_route(message, ifname, out);
-  }
+    return true;
+  });
   // A datagram read to its end leaves the rest of the dump to the next one;
-  // a message that is cut, or claims less than its header, ends it.
-  return left <= 0 ? DumpWalk::kMore : DumpWalk::kDone;
+  // a message that is cut ends it.
+  return whole ? end : DumpWalk::kDone;
 }
 
 inline void write_address(const in6_addr &address, char *out) {
@@ -57,30 +92,30 @@ inline bool take_address(const nlmsghdr *message, unsigned index, char *out) {
   if (message->nlmsg_len < NLMSG_LENGTH(sizeof(ifaddrmsg))) return false;
   const auto *header = static_cast<const ifaddrmsg *>(NLMSG_DATA(message));
   if (header->ifa_index != index) return false;
-  auto left = static_cast<int>(IFA_PAYLOAD(message));
-  for (auto *attribute = IFA_RTA(header); RTA_OK(attribute, left);
-       attribute = RTA_NEXT(attribute, left)) {
-    if (attribute->rta_type != IFA_ADDRESS || RTA_PAYLOAD(attribute) < sizeof(in6_addr)) continue;
-    write_address(*static_cast<const in6_addr *>(RTA_DATA(attribute)), out);
-    if (strncasecmp(out, "FE80", 4) != 0) {
-      VORN_LOG(VORN_INFO, "Return IPv6 addr:%s scope:%d\n", out, header->ifa_scope);
-      return true;
-    }
-  }
-  return false;
+  bool global = false;
+  for_each_attribute(IFA_RTA(header), message->nlmsg_len - NLMSG_LENGTH(sizeof(ifaddrmsg)),
+                     [&](const rtattr *attribute) {
+                       if (global || attribute->rta_type != IFA_ADDRESS ||
+                           RTA_PAYLOAD(attribute) < sizeof(in6_addr))
+                         return;
+                       write_address(*static_cast<const in6_addr *>(RTA_DATA(attribute)), out);
+                       global = strncasecmp(out, "FE80", 4) != 0;
+                     });
+  if (global) VORN_LOG(VORN_INFO, "Return IPv6 addr:%s scope:%d\n", out, header->ifa_scope);
+  return global;
 }
 
 // The new-address messages of one datagram for the interface `index`: each
 // address goes into out (kAddressTextSize bytes); true at the first one that
 // is not link-local.
 inline bool scan_address_messages(const uint8_t *data, size_t length, unsigned index, char *out) {
-  auto *message = reinterpret_cast<const nlmsghdr *>(data);
-  for (auto left = static_cast<int>(length); NLMSG_OK(message, left);
-       message = NLMSG_NEXT(message, left)) {
+  bool global = false;
+  for_each_message(data, length, [&](const nlmsghdr *message) {
     if (message->nlmsg_type == NLMSG_DONE) return false;
-    if (message->nlmsg_type == RTM_NEWADDR && take_address(message, index, out)) return true;
-  }
-  return false;
+    global = message->nlmsg_type == RTM_NEWADDR && take_address(message, index, out);
+    return !global;
+  });
+  return global;
 }
 
 }  // namespace vorn::net

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "foundation/log_site.h"
+#include "foundation/netlink_messages.h"
 
 namespace vorn::net {
 
@@ -74,9 +75,10 @@ VORNPAL_API void vorn_parse_rtattr(struct rtattr **table, int max, struct rtattr
                                    int length) {
   if (table == nullptr || max < 0) return;
   std::memset(table, 0, sizeof *table * (static_cast<size_t>(max) + 1));
-  if (block == nullptr) return;
-  for (; RTA_OK(block, length); block = RTA_NEXT(block, length))
-    if (block->rta_type <= max) table[block->rta_type] = block;
+  if (block == nullptr || length <= 0) return;
+  vorn::net::for_each_attribute(block, static_cast<size_t>(length), [&](rtattr *attribute) {
+    if (attribute->rta_type <= max) table[attribute->rta_type] = attribute;
+  });
 }
 
 }  // extern "C"

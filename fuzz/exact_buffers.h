@@ -1,4 +1,4 @@
-// Shared by the text conversion targets: every log line is formatted (the
+// Shared by the text and netlink targets: every log line is formatted (the
 // lines quote converted text, so they must stay inside the buffers too) but
 // not kept, and inputs and outputs are heap blocks of exactly their size, so
 // that any access beyond them is a sanitizer error.
@@ -12,7 +12,7 @@
 #include <vornpal/log.h>
 #include <vornsim/sim.h>
 
-inline void text_fuzz_init() {
+inline void quiet_full_logging() {
   vornsim::set_diag_record(false);
   vorn_set_log_level(0);
 }
