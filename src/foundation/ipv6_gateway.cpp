@@ -17,7 +17,8 @@
 namespace {
 
 constexpr uint32_t kDumpSequence = 4657;
-// Route attributes as far as the index reaches.
+// The highest route attribute type indexed; the gateway and output
+// interface are well below it.
 constexpr int kRouteAttributes = 29;
 
 struct RouteDumpRequest {
@@ -48,6 +49,8 @@ int send_dump_request(int fd) {
   request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
   request.header.nlmsg_seq = kDumpSequence;
   request.route.rtm_family = AF_INET6;
+  // Asks for cached routes as well; a socket without strict checking gets
+  // the whole table either way.
   request.route.rtm_flags = RTM_F_CLONED;
   if (send(fd, &request, sizeof request, 0) != static_cast<ssize_t>(sizeof request)) {
     VORN_LOG(VORN_ERR, "Failed to perfom request\n");
@@ -80,7 +83,10 @@ extern "C" {
 
 VORNPAL_API int vorn_dump_route(const struct nlmsghdr *message, const char *ifname, char *out) {
   if (message == nullptr || out == nullptr) return -1;
-  const long length = static_cast<long>(message->nlmsg_len) - NLMSG_LENGTH(sizeof(rtmsg));
+  // Signed on every target: a message shorter than a route's header is
+  // negative here.
+  const long length =
+      static_cast<long>(message->nlmsg_len) - static_cast<long>(NLMSG_LENGTH(sizeof(rtmsg)));
   if (length < 0) {
     VORN_LOG(VORN_ERR, "Wrong message length:%d:%d:%ld\n", static_cast<int>(message->nlmsg_len),
              message->nlmsg_type, length);
