@@ -26,6 +26,13 @@ Iconv iconv_convert(const char *to, const char *from, const std::string &in) {
   return result;
 }
 
+bool iconv_has(const char *to, const char *from) {
+  iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return false;
+  iconv_close(cd);
+  return true;
+}
+
 std::string bytes_of(const std::u16string &units) {
   return std::string(reinterpret_cast<const char *>(units.data()), 2 * units.size());
 }

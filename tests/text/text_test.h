@@ -28,6 +28,7 @@ struct Iconv {
   int error = 0;
 };
 Iconv iconv_convert(const char *to, const char *from, const std::string &in);
+bool iconv_has(const char *to, const char *from);
 
 // Bytes of UTF-16 units in the machine's order, and back.
 std::string bytes_of(const std::u16string &units);
@@ -47,3 +48,13 @@ class TextTest : public ::testing::Test {
 };
 
 }  // namespace textt
+
+// The emulated target's C library comes without iconv's modules: there the
+// comparisons are left to the host's stages.
+#define TEXTT_NEED_ICONV(to, from)                                                     \
+  do {                                                                                 \
+    if (!textt::iconv_has(to, from)) {                                                 \
+      if (vt::emulated()) GTEST_SKIP() << "no iconv from " << (from) << " to " << (to); \
+      FAIL() << "iconv has no " << (from) << " to " << (to);                           \
+    }                                                                                  \
+  } while (0)

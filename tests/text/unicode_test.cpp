@@ -1,4 +1,5 @@
-// UTF-8, UTF-16 and UCS-2 conversions against glibc's iconv.
+// UTF-8, UTF-16, UCS-2 and Latin-1 conversions, against glibc's iconv and on
+// the edges of their rules.
 #include <vornpal/text_conversion.h>
 
 #include <cerrno>
@@ -79,6 +80,8 @@ std::string hex(const std::string &bytes) {
 }
 
 TEST_F(TextTest, Utf8AndUtf16ReadAsIconvReadsThem) {
+  TEXTT_NEED_ICONV(kUtf16, "UTF-8");
+  TEXTT_NEED_ICONV("UTF-8", kUtf16);
   std::mt19937 rng(1507);
   for (int round = 0; round < 500; ++round) {
     std::string text = random_utf8(rng, 1 + round % 40);
@@ -107,6 +110,53 @@ TEST_F(TextTest, Utf8AndUtf16ReadAsIconvReadsThem) {
     EXPECT_EQ(ours.consumed, ref.consumed) << hex(bytes);
     EXPECT_EQ(bytes_of(ours.units), ref.out) << hex(bytes);
   }
+
+  // Random units with surrogates among them, read strictly: the same
+  // verdict and stopping point as iconv's.
+  for (int round = 0; round < 2000; ++round) {
+    std::u16string units(1 + round % 6, u'\0');
+    for (char16_t &unit : units)
+      unit = static_cast<char16_t>(rng() % 2 ? 0xD800 + rng() % 0x800 : 0x20 + rng() % 0x7000);
+    Iconv ref = iconv_convert("UTF-8", kUtf16, bytes_of(units));
+    Utf8Run ours = to_utf8(units, 4 * units.size());
+    EXPECT_EQ(ours.rc, code_of(ref.error)) << round;
+    EXPECT_EQ(2 * ours.consumed, ref.consumed) << round;
+    EXPECT_EQ(ours.bytes, ref.out) << round;
+  }
+}
+
+TEST_F(TextTest, BuffersReadAsIconvReadsThem) {
+  TEXTT_NEED_ICONV(kUtf16, "UTF-8");
+  TEXTT_NEED_ICONV("UTF-8", "ISO-8859-1");
+  std::mt19937 rng(58);
+  for (int round = 0; round < 200; ++round) {
+    std::string text = random_utf8(rng, round % 30);
+    Iconv ref = iconv_convert(kUtf16, "UTF-8", text);
+    std::vector<uint16_t> ucs2(ref.out.size() / 2 + 2, 0xAAAA);
+    size_t written = vorn_util_convert_utf8_to_ucs2(text.data(), text.size(), ucs2.data(),
+                                                    2 * ucs2.size());
+    ASSERT_EQ(written, ref.out.size());
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(ucs2.data()), written), ref.out);
+    EXPECT_EQ(ucs2[written / 2], 0);
+    // And back: lossless for any valid text.
+    std::string back(text.size() + 1, '\xAA');
+    EXPECT_EQ(vorn_util_convert_ucs2_to_utf8(ucs2.data(), written, back.data(), back.size()),
+              text.size());
+    EXPECT_EQ(back, text + '\0');
+  }
+
+  // Latin-1: every byte but the terminator and the carriage return.
+  std::string latin1;
+  for (int c = 1; c < 256; ++c)
+    if (c != '\r') latin1 += static_cast<char>(c);
+  Iconv ref = iconv_convert("UTF-8", "ISO-8859-1", latin1);
+  ASSERT_EQ(ref.error, 0);
+  std::string out(2 * latin1.size() + 1, '\xAA');
+  auto length = static_cast<int>(latin1.size());
+  EXPECT_EQ(vorn_util_ss_ascii_to_utf8(latin1.data(), length, out.data(), out.size()),
+            static_cast<int>(ref.out.size()));
+  EXPECT_EQ(std::string(out.c_str()), ref.out);
+  EXPECT_EQ(iconv_convert("ISO-8859-1", "UTF-8", out.c_str()).out, latin1);  // round trip
 }
 
 TEST_F(TextTest, BrokenUtf8StopsOnTheCharacterThatFailed) {
@@ -152,7 +202,6 @@ TEST_F(TextTest, UnpairedSurrogatesAreRefusedOrReplaced) {
   const std::u16string lone_low = u"a\xDC00z";
   const std::u16string high_then_letter = {u'a', 0xD83D, u'z'};
   for (const std::u16string &units : {lone_low, high_then_letter}) {
-    EXPECT_EQ(iconv_convert("UTF-8", kUtf16, bytes_of(units)).error, EILSEQ);
     Utf8Run strict = to_utf8(units, 16);
     EXPECT_EQ(strict.rc, VORN_CONVERSION_SOURCE_ILLEGAL);
     EXPECT_EQ(strict.consumed, 1u);
@@ -163,7 +212,6 @@ TEST_F(TextTest, UnpairedSurrogatesAreRefusedOrReplaced) {
   }
   // A high surrogate that ends the source waits for its partner.
   const std::u16string cut = {u'a', 0xD83D};
-  EXPECT_EQ(iconv_convert("UTF-8", kUtf16, bytes_of(cut)).error, EINVAL);
   Utf8Run run = to_utf8(cut, 16, VORN_CONVERSION_LENIENT);
   EXPECT_EQ(run.rc, VORN_CONVERSION_SOURCE_EXHAUSTED);
   EXPECT_EQ(run.consumed, 1u);
@@ -175,23 +223,6 @@ TEST_F(TextTest, UnpairedSurrogatesAreRefusedOrReplaced) {
 }
 
 TEST_F(TextTest, Utf8ToUcs2Buffers) {
-  std::mt19937 rng(58);
-  for (int round = 0; round < 200; ++round) {
-    std::string text = random_utf8(rng, round % 30);
-    Iconv ref = iconv_convert(kUtf16, "UTF-8", text);
-    std::vector<uint16_t> ucs2(ref.out.size() / 2 + 2, 0xAAAA);
-    size_t written = vorn_util_convert_utf8_to_ucs2(text.data(), text.size(), ucs2.data(),
-                                                    2 * ucs2.size());
-    ASSERT_EQ(written, ref.out.size());
-    EXPECT_EQ(std::string(reinterpret_cast<char *>(ucs2.data()), written), ref.out);
-    EXPECT_EQ(ucs2[written / 2], 0);
-    // And back: lossless for any valid text.
-    std::string back(text.size() + 1, '\xAA');
-    EXPECT_EQ(vorn_util_convert_ucs2_to_utf8(ucs2.data(), written, back.data(), back.size()),
-              text.size());
-    EXPECT_EQ(back, text + '\0');
-  }
-
   // A carriage return is text like any other here.
   uint16_t out[8];
   EXPECT_EQ(vorn_util_convert_utf8_to_ucs2("a\rb", 3, out, sizeof out), 6u);
@@ -218,8 +249,7 @@ TEST_F(TextTest, Utf8ToUcs2Buffers) {
 
 TEST_F(TextTest, Ucs2ToUtf8Buffers) {
   const std::u16string units = u"Gr\u00FC\u00DF \u03A9 \u4E2D \U0001F600";
-  const std::string expected = iconv_convert("UTF-8", kUtf16, bytes_of(units)).out;
-  ASSERT_FALSE(expected.empty());
+  const std::string expected = "Gr\xC3\xBC\xC3\x9F \xCE\xA9 \xE4\xB8\xAD \xF0\x9F\x98\x80";
   std::string out(expected.size() + 1, '\xAA');
   auto *source = reinterpret_cast<const uint16_t *>(units.data());
   EXPECT_EQ(vorn_util_convert_ucs2_to_utf8(source, 2 * units.size(), out.data(), out.size()),
@@ -252,19 +282,7 @@ TEST_F(TextTest, Ucs2ToUtf8Buffers) {
 }
 
 TEST_F(TextTest, Latin1ToUtf8) {
-  // Every byte but the terminator and the carriage return, as iconv reads it.
-  std::string latin1;
-  for (int c = 1; c < 256; ++c)
-    if (c != '\r') latin1 += static_cast<char>(c);
-  Iconv ref = iconv_convert("UTF-8", "ISO-8859-1", latin1);
-  ASSERT_EQ(ref.error, 0);
-  std::string out(2 * latin1.size() + 1, '\xAA');
-  auto length = static_cast<int>(latin1.size());
-  EXPECT_EQ(vorn_util_ss_ascii_to_utf8(latin1.data(), length, out.data(), out.size()),
-            static_cast<int>(ref.out.size()));
-  EXPECT_EQ(std::string(out.c_str()), ref.out);
-  EXPECT_EQ(iconv_convert("ISO-8859-1", "UTF-8", out.c_str()).out, latin1);  // round trip
-
+  std::string out(16, '\xAA');
   // Carriage returns are dropped.
   EXPECT_EQ(vorn_util_ss_ascii_to_utf8("a\r\nb", 4, out.data(), out.size()), 3);
   EXPECT_STREQ(out.c_str(), "a\nb");
