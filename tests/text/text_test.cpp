@@ -43,42 +43,21 @@ std::u16string units_of(const std::string &bytes) {
   return units;
 }
 
-namespace {
-
-void append_utf8(std::string &out, uint32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | c >> 6);
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | c >> 12);
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | c >> 18);
-    out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
-
-}  // namespace
-
 std::string random_utf8(std::mt19937 &rng, size_t count, bool bmp_only) {
   struct Range {
     uint32_t first, last;
   };
-  static constexpr Range kRanges[] = {{0x01, 0x7F},      {0x80, 0xFF},       {0x370, 0x3FF},
-                                      {0x4E00, 0x9FFF},  {0xE000, 0xFFFD},   {0x800, 0xD7FF},
+  static constexpr Range kRanges[] = {{0x01, 0x7F},       {0x80, 0xFF},      {0x370, 0x3FF},
+                                      {0x4E00, 0x9FFF},   {0xE000, 0xFFFD},  {0x800, 0xD7FF},
                                       {0x10000, 0x1FFFF}, {0x100000, 0x10FFFF}};
   std::uniform_int_distribution<size_t> pick(0, bmp_only ? 5 : 7);
-  std::string out;
+  std::u32string points;
   for (size_t i = 0; i < count; ++i) {
     const Range &range = kRanges[pick(rng)];
-    append_utf8(out, std::uniform_int_distribution<uint32_t>(range.first, range.last)(rng));
+    points += std::uniform_int_distribution<uint32_t>(range.first, range.last)(rng);
   }
-  return out;
+  const std::string ucs4(reinterpret_cast<const char *>(points.data()), 4 * points.size());
+  return iconv_convert("UTF-8", "UCS-4LE", ucs4).out;
 }
 
 bool logged_prefix(const std::string &prefix) {

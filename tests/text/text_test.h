@@ -35,7 +35,7 @@ std::string bytes_of(const std::u16string &units);
 std::u16string units_of(const std::string &bytes);
 
 // A random text of `count` code points from a mix of ranges (ASCII, Latin-1,
-// Greek, CJK, beyond the BMP unless bmp_only), as UTF-8.
+// Greek, CJK, beyond the BMP unless bmp_only), as UTF-8 by iconv.
 std::string random_utf8(std::mt19937 &rng, size_t count, bool bmp_only = false);
 
 // True when some diag line starts with `prefix` (for lines with pointers).
