@@ -168,6 +168,7 @@ TEST(Ping, LoopbackAnswersAnUnroutedAddressDoesNot) {
 }
 
 TEST(ProcessId, OfAProcessTheTestStarted) {
+  std::remove("/usr/local/sbin/ps");  // the real ps, not another test's stand-in
   const std::string tool = "/usr/local/sbin/vornprobe_sleep";
   ASSERT_EQ(vt::sh("cp /bin/sleep " + tool), 0);
   pid_t child = fork();
