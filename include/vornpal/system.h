@@ -59,7 +59,8 @@ VORNPAL_API int vorn_util_get_main_bridge_addr(uint32_t *if_addr);
 /*
  * Pings host (two echo requests, 3 s for an answer) up to three times:
  * 0 at the first answer, -1 after the third failure, 3 for a null host.
- * Blocks for up to about 15 s.
+ * Blocks for up to about 15 s. host reaches the shell as it is: pass an
+ * address or a host name, never text from outside.
  */
 VORNPAL_API int vorn_ping_state(const char *host);
 /* The id of the first process that "ps -e" lists with name in its line
