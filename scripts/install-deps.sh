@@ -8,7 +8,7 @@ packages=(
   build-essential cmake ninja-build pkg-config perl
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libsqlite3-dev sqlite3 libgammu-dev
-  bubblewrap iproute2 bridge-utils procps
+  bubblewrap iproute2 bridge-utils procps iputils-ping
   g++-arm-linux-gnueabihf qemu-user
   clang libclang-rt-14-dev
 )

@@ -158,6 +158,81 @@ VORNPAL_API int vorn_device_pal_rebind_mmc(void);
 VORNPAL_API int vorn_device_pal_set_nitz_update(void);
 VORNPAL_API int vorn_device_pal_get_nitz_update(void);
 
+/* ---- MIMO and CLAT ------------------------------------------------------- */
+
+/*
+ * MIMO: an EFS item, present, limits the modem's layers; absent, the modem
+ * uses all four. Switching moves the item to and from a backup name
+ * ("..._bk"). kind "LTE" (any case) selects the LTE item, any other text
+ * the NR item. The modem takes a changed item into use when it sees fit.
+ */
+#define VORN_DEVICE_MIMO_TEXT_SIZE 512
+
+/* 1 (full MIMO: no item, or it could not be read) or 0 (limited) for LTE
+ * and for NR; a null pointer is skipped. Always 0. */
+VORNPAL_API int vorn_device_pal_get_mimo_nv(uint32_t *lte, uint32_t *sa);
+/* The kind's item as upper-case hexadecimal text (VORN_DEVICE_MIMO_TEXT_SIZE
+ * bytes, terminated; a longer item is cut). 0, or 3 when it cannot be read
+ * or an argument is null. */
+VORNPAL_API int vorn_device_pal_read_mimo_nv(const char *kind, char *out);
+/* Limits MIMO: writes the kind's item from its backup, which stays. -1 when
+ * the item is already there, 3 when the backup cannot be read or the write
+ * fails (nothing changed then). */
+VORNPAL_API int vorn_device_pal_set_2mimo(const char *kind);
+/* Lifts the limit: renames the kind's item to its backup name, replacing an
+ * older backup. -1 when there is no item or the rename could not be sent. A
+ * rename that the modem refused still gives 0 (the item stays). */
+VORNPAL_API int vorn_device_pal_rename_4mimo(const char *kind);
+
+/* CLAT (464XLAT): the byte at index 1 of the modem's CLAT configuration
+ * item. read: 0, 3 when the item cannot be read or enable is null. write:
+ * a value equal to the byte in force gives -1 with nothing written;
+ * otherwise the byte is flipped (0 becomes 1, anything else 0), whatever
+ * the value given, and the item written back: 0, or 3 when the read or the
+ * write fails. The other bytes of the item stay as they are. */
+VORNPAL_API int vorn_device_pal_xlat_read(uint8_t *enable);
+VORNPAL_API int vorn_device_pal_xlat_write(uint32_t enable);
+
+/* ---- battery, charger and MAC addresses ------------------------------------ */
+
+/*
+ * The raw text of a power-supply node of sysfs (e.g. "3800000\n"), one read
+ * of at most size bytes, not terminated: clear the buffer first. 0; -1 for
+ * a null buffer or a failed read; 4 when the node cannot be opened.
+ *   battery voltage (uV), temperature (0.1 degC), charge (%),
+ *   charger online (0/1), charge status ("Charging", ...), charger model,
+ *   charger present (0/1)
+ */
+VORNPAL_API int vorn_pal_get_battery_vol(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_get_battery_temp(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_get_battery_vol_percent(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_get_charger_online(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_get_charge_status(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_get_charger_model_name(uint8_t *buffer, uint32_t size);
+VORNPAL_API int vorn_pal_ftm_charge_state(uint8_t *buffer, uint32_t size);
+
+/*
+ * MAC addresses kept by the modem as raw bytes (usually 6): Ethernet and
+ * Bluetooth. get copies the smaller of size and the item's length; set
+ * stores length bytes (at most 500). 0; -1 for a null pointer; 7 when the
+ * modem could not be read or written.
+ */
+VORNPAL_API int vorn_device_pal_get_mac_addr(uint8_t *out, uint32_t size);
+VORNPAL_API int vorn_device_pal_set_mac_addr(const uint8_t *data, uint32_t length);
+VORNPAL_API int vorn_device_pal_get_bt_mac_addr(uint8_t *out, uint32_t size);
+VORNPAL_API int vorn_device_pal_set_bt_mac_addr(const uint8_t *data, uint32_t length);
+
+/*
+ * Wi-Fi MAC addresses: mac0 and mac1 are 12 hexadecimal digits each
+ * ("00A0C6112233"). They are written to /persist/wlan_mac.bin for the Wi-Fi
+ * driver and read back from its firmware copy: each text then holds the
+ * first two characters read back (4 bytes are rewritten). mix (12 bytes)
+ * gets, for each digit position, (mac0 digit << 4) + mac1 digit + 1.
+ * 0; -1 for one text, -2 for both, holding a character that is no
+ * hexadecimal digit (nothing is written then); -1 for a null pointer.
+ */
+VORNPAL_API int vorn_device_pal_analysis_wifi_mac(char *mac0, char *mac1, uint8_t *mix);
+
 /* ---- fixed results ------------------------------------------------------- */
 
 /* Present so that callers link on every platform; they do nothing. */

@@ -89,6 +89,9 @@ const std::map<std::string, std::string> kFactoryItems = {
     {"/nv/item_files/odm/hardware_band_filtering_for_IC.xml", "<bands region=\"IC\"/>"},
     {"/nv/item_files/odm/hardware_band_filtering_for_FCC.xml", "<bands region=\"FCC\"/>"},
     {"/policyman/hardware_band_filtering.xml", "<bands region=\"FCC\"/>"},
+    {"/nv/item_files/datamodem/protocols/clat_config_info", std::string("\x01\x00\x00\x40\x00\x01", 6)},
+    {"/nv/item_files/modem/lte/rrc/efs/disable_4l_per_band", std::string("\x01\x00\x00\x00\x02\x00", 6)},
+    {"/nv/item_files/modem/nr5g/RRC/cap_limit_rf_mimo", std::string("\x02", 1)},
 };
 
 State factory_state() {

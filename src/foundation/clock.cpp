@@ -18,8 +18,10 @@ uint32_t scale() {
   return divisor;
 }
 
+uint64_t scaled_us(uint64_t us) { return us / scale(); }
+
 void sleep_us(uint64_t us) {
-  uint64_t scaled = us / scale();
+  uint64_t scaled = scaled_us(us);
   timespec left{static_cast<time_t>(scaled / 1000000),
                 static_cast<long>((scaled % 1000000) * 1000)};
   while (nanosleep(&left, &left) != 0 && errno == EINTR) {

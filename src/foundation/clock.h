@@ -12,6 +12,10 @@ namespace vorn::clk {
 // The divisor in force (1 when VORNPAL_TIME_SCALE is unset or invalid).
 uint32_t scale();
 
+// A duration of the code, shortened by the scale, for waits that a system
+// call takes as an argument (select, poll).
+uint64_t scaled_us(uint64_t us);
+
 // Waits of the code's own durations, shortened by the scale.
 void sleep_us(uint64_t us);
 inline void sleep_ms(uint64_t ms) { sleep_us(ms * 1000); }

@@ -1,3 +1,5 @@
+# The AT client's tests talk to the host's AT server in a thread.
+target_link_libraries(test_foundation PRIVATE vornpal_at_responder)
 # The soak of thousands of child processes runs apart from the regular suite,
 # under a label of its own: ctest -L soak
 add_test(NAME foundation_soak
