@@ -16,7 +16,7 @@
 #include <vornpal/m2m.h>
 #include <vornpal/strings.h>
 
-#include "device/dms.h"
+#include "device/client.h"
 #include "foundation/log_site.h"
 
 namespace {
@@ -55,12 +55,12 @@ int vorn_qmi_dms_get_revid(char *out, uint32_t size) {
     return kInvalidParam;
   }
   dms_get_device_rev_id_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetRevId>(resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message false erorr:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetRevId>(resp);
+  if (sent.rc != QMI_NO_ERR) {
+    VORN_LOG(VORN_ERR, "qmi send message false erorr:%d\r\n", sent.rc);
     return -1;
   }
-  if (resp.resp.result != QMI_RESULT_SUCCESS_V01) {
+  if (sent.verdict != 0) {
     VORN_LOG(VORN_ERR, "revision info is invaild!\r\n");
     return -1;
   }
@@ -121,12 +121,12 @@ void set_lte_band(vorn_device_band_capabilities &caps, unsigned band) {
 void vorn_qmi_dms_get_band_capabilities_init() {
   dms_get_band_capability_req_msg_v01 req{};
   dms_get_band_capability_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetBandCapability>(req, resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetBandCapability>(req, resp);
+  if (sent.rc != QMI_NO_ERR) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return;
   }
-  if (resp.resp.result != QMI_RESULT_SUCCESS_V01) {
+  if (sent.verdict != 0) {
     VORN_LOG(VORN_ERR, "bandmask info is invaild\r\n");
     return;
   }
@@ -195,7 +195,7 @@ VORNPAL_API int vorn_device_pal_get_dev_ser_num(char *imei_and_svn) {
     return kInvalidParam;
   }
   dms_get_device_serial_numbers_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetSerialNumbers>(resp) != 0) {
+  if (dev::send<dev::GetSerialNumbers>(resp).verdict != 0) {
     VORN_LOG(VORN_ERR, "Error, dms get device serial number\r\n");
     return -1;
   }
@@ -262,7 +262,7 @@ VORNPAL_API int vorn_device_pal_set_fsn(const char *fsn, uint32_t length) {
   req.fsn_len = static_cast<uint32_t>(strnlen(fsn, std::min<size_t>(length, sizeof req.fsn)));
   std::memcpy(req.fsn, fsn, req.fsn_len);
   dms_set_factory_serial_number_resp_msg_v01 resp;
-  return dev::send_checked<dev::SetFactorySerialNumber>(req, resp) == 0 ? 0 : -1;
+  return dev::send<dev::SetFactorySerialNumber>(req, resp).verdict;
 }
 
 VORNPAL_API int vorn_device_pal_get_mfr(char *mfr, uint32_t size) {
@@ -279,7 +279,7 @@ VORNPAL_API int vorn_deivce_pal_get_msisdn(char *msisdn, uint32_t size) {
     return -1;
   }
   dms_get_msisdn_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetMsisdn>(resp) != 0) return -1;
+  if (dev::send<dev::GetMsisdn>(resp).verdict != 0) return -1;
   vorn_string_memcpy(msisdn, resp.voice_number, size - 1);
   msisdn[size - 1] = '\0';
   return 0;
@@ -300,7 +300,7 @@ VORNPAL_API int vorn_qmi_dms_get_hw_version(char *hw_version) {
   }
   dms_get_hw_version_req_msg_v01 req{};
   dms_get_hw_version_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetHwVersion>(req, resp) != 0) return -1;
+  if (dev::send<dev::GetHwVersion>(req, resp).verdict != 0) return -1;
   size_t len = std::min<size_t>(resp.hw_version_len, sizeof resp.hw_version);
   std::memcpy(hw_version, resp.hw_version, len);
   if (len < sizeof resp.hw_version) hw_version[len] = '\0';

@@ -16,7 +16,7 @@
 #include <vornpal/m2m.h>
 #include <vornpal/process.h>
 
-#include "device/dms.h"
+#include "device/client.h"
 #include "foundation/clock.h"
 #include "foundation/log_site.h"
 
@@ -72,9 +72,9 @@ int vorn_qmi_dms_set_operationg_mode(uint32_t mode) {
   dms_set_operating_mode_req_msg_v01 req{};
   req.operating_mode = static_cast<dms_operating_mode_enum_v01>(mode);
   dms_set_operating_mode_resp_msg_v01 resp;
-  int rc = dev::send<dev::SetOperatingMode>(req, resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::SetOperatingMode>(req, resp);
+  if (sent.verdict != 0) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return -1;
   }
   // The modem's refusal is only reported: callers cycle modes and go on.
@@ -89,9 +89,9 @@ int vorn_qmi_dms_get_operationg_mode(uint32_t *mode) {
     return -1;
   }
   dms_get_operating_mode_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetOperatingMode>(resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetOperatingMode>(resp);
+  if (sent.verdict != 0) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return -1;
   }
   if (resp.resp.result == QMI_RESULT_SUCCESS_V01) {
