@@ -66,9 +66,11 @@ Handler typed(std::function<void(const Req &, Resp &)> fn) {
 // Sets the result and error words at the start of a response.
 void refuse(void *resp, size_t resp_len, uint32_t error);
 
-// QMI_ERR_INTERNAL and the transport's time-out, the usual faults.
+// QMI_ERR_INTERNAL and the transport's time-out, the usual faults; a count
+// of every request from now on.
 constexpr uint32_t kInternalError = 3;
 constexpr int kTimeoutRc = -3;
+constexpr int kAll = -1;
 
 // A fault on one message. Applies to the next `count` requests (-1: all)
 // after the first `after` requests, which go through.
