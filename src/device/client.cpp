@@ -53,17 +53,12 @@ constexpr qmi::IndicationEntry kIndications[] = {
     qmi::owned<dev::EventReportInd, post_to_msg_handlers>(),
 };
 
+// Waits for the service without limit, with the family's own texts.
 constexpr qmi::ClientSpec kSpec = {
-    qmi::Service::Dms,
-    vorn_odm_qmi_register,
-    vorn_qmi_dms_ind_handler,
-    switch_on_operating_mode_report,
-    kIndications,
-    std::size(kIndications),
+    qmi::Service::Dms, vorn_odm_qmi_register, vorn_qmi_dms_ind_handler,
+    switch_on_operating_mode_report, kIndications, std::size(kIndications),
     {
-        "vorn_qmi_dms_init",
-        "vorn_qmi_dms_exit",
-        "vorn_qmi_dms_ind_handler",
+        "vorn_qmi_dms_init", "vorn_qmi_dms_exit", "vorn_qmi_dms_ind_handler",
         {VORN_INFO, nullptr},
         "Error, oem_MALLOC dms qmi info failed\n",
         "Error, get dms serivce object failed\n",
@@ -111,11 +106,7 @@ void vorn_device_pal_msg_cb(int msg_id, void *payload, int size, void *) {
 
 }  // namespace
 
-namespace vorn::device {
-
-qmi::ServiceClient &dms() { return dms_client; }
-
-}  // namespace vorn::device
+qmi::ServiceClient &dev::dms() { return dms_client; }
 
 extern "C" {
 

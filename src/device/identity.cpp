@@ -23,8 +23,6 @@ namespace {
 
 namespace dev = vorn::device;
 
-constexpr int kInvalidParam = 3;
-constexpr int kWriteFailed = 7;
 constexpr const char kImeiCache[] = "/tmp/imei";
 constexpr const char kSvnCache[] = "/tmp/imei_svn";
 constexpr const char kRevidCache[] = "/tmp/revid";
@@ -39,7 +37,7 @@ constexpr size_t kNamePartSize = 32;
 // Writes `count` bytes of `text` to a /tmp copy, no terminator added. A copy
 // that cannot be opened is no failure: the value itself was read.
 int vorn_system_pal_set_file_value_string(const char *path, const char *text, int count) {
-  if (count < 1) return kInvalidParam;
+  if (count < 1) return VORN_INVALID_PARAM;
   FILE *file = std::fopen(path, "w");
   if (file == nullptr) return 0;
   std::fwrite(text, 1, static_cast<size_t>(count), file);
@@ -52,7 +50,7 @@ int vorn_system_pal_set_file_value_string(const char *path, const char *text, in
 int vorn_qmi_dms_get_revid(char *out, uint32_t size) {
   if (out == nullptr) {
     VORN_LOG(VORN_ERR, "revision NULL pointer\r\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_device_rev_id_resp_msg_v01 resp;
   dev::Sent sent = dev::send<dev::GetRevId>(resp);
@@ -192,7 +190,7 @@ extern "C" {
 VORNPAL_API int vorn_device_pal_get_dev_ser_num(char *imei_and_svn) {
   if (imei_and_svn == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_device_serial_numbers_resp_msg_v01 resp;
   if (dev::send<dev::GetSerialNumbers>(resp).verdict != 0) {
@@ -222,7 +220,7 @@ VORNPAL_API int vorn_device_pal_set_dev_ser_num(const char *imei) {
   int rc = vorn_m2m_pal_write_imei(imei, nullptr);
   if (rc < 0) {
     VORN_LOG(VORN_ERR, "con't write imei.\n");
-    return kWriteFailed;
+    return VORN_FILE_WRITE_FAILED;
   }
   return rc;
 }
@@ -240,7 +238,7 @@ VORNPAL_API int vorn_device_pal_get_revid(char *revid, uint32_t size) {
 VORNPAL_API int vorn_device_pal_get_fsn(char *fsn, uint32_t size) {
   if (fsn == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   char text[kM2mTextSize] = {};
   if (vorn_m2m_pal_get_fsn(text, sizeof text) != 0) {
@@ -256,7 +254,7 @@ VORNPAL_API int vorn_device_pal_get_fsn(char *fsn, uint32_t size) {
 VORNPAL_API int vorn_device_pal_set_fsn(const char *fsn, uint32_t length) {
   if (fsn == nullptr || length == 0 || fsn[0] == '\0') {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_set_factory_serial_number_req_msg_v01 req{};
   req.fsn_len = static_cast<uint32_t>(strnlen(fsn, std::min<size_t>(length, sizeof req.fsn)));
@@ -296,7 +294,7 @@ VORNPAL_API int vorn_device_pal_get_hw_version(char *hw_version) {
 VORNPAL_API int vorn_qmi_dms_get_hw_version(char *hw_version) {
   if (hw_version == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_hw_version_req_msg_v01 req{};
   dms_get_hw_version_resp_msg_v01 resp;
@@ -363,7 +361,7 @@ VORNPAL_API int vorn_device_pal_get_wan_hw_addr(char *address) {
 }
 
 VORNPAL_API int vorn_device_pal_set_factory_num(int type, const char *info) {
-  if (info == nullptr) return kInvalidParam;
+  if (info == nullptr) return VORN_INVALID_PARAM;
   VORN_LOG(VORN_INFO, "oem_device_al_set_factory_num type:%d,info:%s\r\n", type, info);
   return 0;
 }

@@ -28,16 +28,10 @@ constexpr qmi::IndicationEntry kIndications[] = {
 };
 
 constexpr qmi::ClientSpec kSpec = {
-    qmi::Service::M2m,
-    register_without_limit,
-    vorn_qmi_m2m_ind_handler,
-    switch_on_reports,
-    kIndications,
-    std::size(kIndications),
+    qmi::Service::M2m, register_without_limit, vorn_qmi_m2m_ind_handler, switch_on_reports,
+    kIndications, std::size(kIndications),
     {
-        "vorn_m2m_pal_early_init",
-        "vorn_m2m_pal_deinit",
-        "vorn_qmi_m2m_ind_handler",
+        "vorn_m2m_pal_early_init", "vorn_m2m_pal_deinit", "vorn_qmi_m2m_ind_handler",
         {VORN_INFO, "oem m2m qmi already init.\n"},
         "Error, oem_MALLOC oem qmi info failed.\n",
         "Error, get oem serivce object failed2.\n",
@@ -59,18 +53,9 @@ bool init_done = false;  // under init_mutex; never cleared
 
 }  // namespace
 
-namespace vorn::m2m {
-
-qmi::ServiceClient &client() { return m2m_client; }
-
-}  // namespace vorn::m2m
+qmi::ServiceClient &m2m::client() { return m2m_client; }
 
 extern "C" {
-
-void vorn_qmi_m2m_ind_handler(qmi_client_type user_handle, unsigned int msg_id, void *ind_buf,
-                              unsigned int ind_buf_len, void *) {
-  m2m_client.dispatch(user_handle, msg_id, ind_buf, ind_buf_len);
-}
 
 VORNPAL_API int vorn_m2m_pal_early_init(void) { return m2m_client.start(); }
 
@@ -92,6 +77,11 @@ VORNPAL_API int vorn_m2m_pal_deinit(void) {
   if (m2m_client.release() != 0) return -1;
   vorn_pal_clean_event_list(m2m_client.callbacks());
   return 0;
+}
+
+void vorn_qmi_m2m_ind_handler(qmi_client_type user_handle, unsigned int msg_id, void *ind_buf,
+                              unsigned int ind_buf_len, void *) {
+  m2m_client.dispatch(user_handle, msg_id, ind_buf, ind_buf_len);
 }
 
 VORNPAL_API int vorn_m2m_event_report_register(void) {

@@ -19,25 +19,20 @@
 #include <vornpal/process.h>
 #include <vornpal/strings.h>
 
-#include "foundation/clock.h"
+#include "device/reboot.h"
 #include "foundation/log_site.h"
+#include "foundation/run.h"
 #include "m2m/client.h"
 #include "m2m/indications.h"
 
 namespace {
 
 constexpr size_t kWorkerStack = 65536;
-constexpr uint32_t kLowPowerMode = 1;
-constexpr uint64_t kUsbDownDelayUs = 500000;
 constexpr size_t kReport1Size = 12;
 
 static_assert(sizeof(vorn_m2m_nv_cfg_report) == 42324, "NV report handed on");
 static_assert(sizeof(vorn_m2m_scan_cell_record) == 2408 && sizeof(vorn_m2m_scan_cell_entry) == 40,
               "scan handed on");
-
-int run(const char *command) {
-  return vorn_system_call(command, static_cast<unsigned>(std::strlen(command)));
-}
 
 // An exhausted heap where an event must go out is not survivable.
 [[noreturn]] void out_of_memory(int line) {
@@ -64,47 +59,18 @@ void post_byte(int event, uint8_t value) {
   post(event, data, 1);
 }
 
-// ---- workers ---------------------------------------------------------------
-
-// What a "+CFUN" report from the modem means: low power, USB port down,
-// reboot.
-void *reboot_worker(void *) {
-  vorn_device_pal_set_operating_mode(kLowPowerMode);
-  vorn::clk::sleep_us(kUsbDownDelayUs);
-  run("echo none > /sys/devices/platform/8a00000.ssusb/mode");
-  run("echo SYS-REBOOT > /dev/rebooterdev");
-  return nullptr;
-}
-
-// Attribute failures are only logged: the thread is still tried.
-bool start_worker(void *(*worker)(void *)) {
-  pthread_attr_t attr;
-  if (pthread_attr_init(&attr) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init init thread attribute failed\n");
-  if (pthread_attr_setstacksize(&attr, kWorkerStack) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init set stack size failed\n");
-  if (pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init set setdetachstate failed\n");
-  pthread_t thread;
-  int rc = pthread_create(&thread, &attr, worker, nullptr);
-  pthread_attr_destroy(&attr);
-  return rc == 0;
-}
-
 void on_unsolicited_text(const char (&field)[64]) {
   char text[sizeof field + 1] = {};
   std::memcpy(text, field, sizeof field);
   VORN_LOG(VORN_INFO, "receive unsol atcmd: %s.\n", text);
   if (strncasecmp(text, "+CFUN", 5) == 0) {
     VORN_LOG(VORN_INFO, "CFUN has been detected\n");
-    run("echo off > /sys/power/autosleep");
-    sync();
-    run(start_worker(reboot_worker) ? "echo \"cread cfun thread ok\" > /dev/kmsg"
-                                    : "echo \"cread cfun thread err\" > /dev/kmsg");
+    vorn::device::reboot(vorn::device::RebootBy::ModemReport);
   } else if (std::strncmp(text, "+BACKUPRFNV", 11) == 0) {
     VORN_LOG(VORN_INFO, "%s has been detected\n", text);
-    run(start_worker(vorn_thread_func_rfnv) ? "echo \"cread rfnv thread ok\" > /dev/kmsg"
-                                            : "echo \"cread rfnv thread err\" > /dev/kmsg");
+    vorn::run(vorn::start_worker(vorn_thread_func_rfnv, nullptr, kWorkerStack)
+                  ? "echo \"cread rfnv thread ok\" > /dev/kmsg"
+                  : "echo \"cread rfnv thread err\" > /dev/kmsg");
   }
 }
 
