@@ -32,6 +32,10 @@
 //   decoded structure and calls the entry's handler (table IndicationEntry).
 // - the family's callback list on the event registry (callbacks(), post()).
 //
+// The family's own init calls start() and leaves its start-up milestone
+// (vorn::log::milestone, e.g. "device qmi inited OK") once the rest of its
+// init is done; a lazy start leaves none.
+//
 // The log lines of start, release and dispatch carry the family's own names
 // and texts (ClientTexts), so that each family's output stays its own.
 #pragma once
