@@ -4,9 +4,6 @@
 // by indication to clients that switched the report on.
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 

@@ -3,20 +3,17 @@
 // turns them into the family's events; an unsolicited "+CFUN" or
 // "+BACKUPRFNV" text starts a detached worker that reboots the device or
 // backs up its identity.
-#include <pthread.h>
-#include <unistd.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <memory>
 
 #include <vornpal/device.h>
 #include <vornpal/event.h>
 #include <vornpal/m2m.h>
-#include <vornpal/process.h>
 #include <vornpal/strings.h>
 
 #include "device/reboot.h"
