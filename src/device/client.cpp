@@ -54,7 +54,7 @@ constexpr qmi::IndicationEntry kIndications[] = {
 };
 
 // Waits for the service without limit, with the family's own texts.
-constexpr qmi::ClientSpec kSpec = {
+constexpr qmi::ClientSetup kSetup = {
     qmi::Service::Dms, vorn_odm_qmi_register, vorn_qmi_dms_ind_handler,
     switch_on_operating_mode_report, kIndications, std::size(kIndications),
     {
@@ -73,7 +73,7 @@ constexpr qmi::ClientSpec kSpec = {
 
 // dms_qmi_info. Its callback list is the family's event list, which keeps
 // registrations made before vorn_device_pal_init.
-qmi::ServiceClient dms_client{kSpec};
+qmi::ServiceClient dms_client{kSetup};
 
 // Adds a handler of decoded indications once, however often init runs.
 int vorn_qmi_dms_msg_register(vorn_pal_event_callback handler) {

@@ -27,7 +27,7 @@ constexpr qmi::IndicationEntry kIndications[] = {
     qmi::decoded<m2m::ScanCellInfoInd, m2m::on_scan_cells>("QMI_oem_M2M_SCAN_CELL_INFO_IND_V01.\n"),
 };
 
-constexpr qmi::ClientSpec kSpec = {
+constexpr qmi::ClientSetup kSetup = {
     qmi::Service::M2m, register_without_limit, vorn_qmi_m2m_ind_handler, switch_on_reports,
     kIndications, std::size(kIndications),
     {
@@ -46,7 +46,7 @@ constexpr qmi::ClientSpec kSpec = {
 
 // m2m_client. Its callback list is m2m_event_list: initialised by the first
 // vorn_m2m_pal_init, cleaned by vorn_m2m_pal_deinit, usable before either.
-qmi::ServiceClient m2m_client{kSpec};
+qmi::ServiceClient m2m_client{kSetup};
 
 std::mutex init_mutex;
 bool init_done = false;  // under init_mutex; never cleared

@@ -19,7 +19,7 @@ bool is_registered(const vorn_qmi_client *record) {
 // Makes and registers the record under the start mutex; on failure the
 // record, for the caller to free once the mutex is released.
 vorn_qmi_client *ServiceClient::start_locked(int &result) {
-  const ClientTexts &texts = spec_.texts;
+  const ClientTexts &texts = setup_.texts;
   result = -1;
   auto *record = static_cast<vorn_qmi_client *>(std::calloc(1, sizeof(vorn_qmi_client)));
   if (record == nullptr) {
@@ -27,9 +27,9 @@ vorn_qmi_client *ServiceClient::start_locked(int &result) {
     return nullptr;
   }
   record_.store(record, std::memory_order_release);
-  record->ind_cb = spec_.indication_callback;
+  record->ind_cb = setup_.indication_callback;
   record->ind_cb_data = nullptr;
-  record->service_object = service_object(spec_.service);
+  record->service_object = service_object(setup_.service);
   if (record->service_object == nullptr) {
     VORN_LOG_AS(texts.start_name, VORN_ERR, "%s", texts.no_service_object);
     return record;
@@ -37,12 +37,12 @@ vorn_qmi_client *ServiceClient::start_locked(int &result) {
   if (texts.object_found.text != nullptr)
     VORN_LOG_AS(texts.start_name, texts.object_found.level, "%s", texts.object_found.text);
   record->handle = nullptr;
-  if (spec_.register_client(record) != 0) {
+  if (setup_.register_client(record) != 0) {
     VORN_LOG_AS(texts.start_name, VORN_ERR, "%s", texts.register_failed);
     return record;
   }
   __atomic_store_n(&record->registered, 1u, __ATOMIC_RELEASE);
-  if (spec_.on_registered != nullptr) spec_.on_registered();
+  if (setup_.on_registered != nullptr) setup_.on_registered();
   result = 0;
   return nullptr;
 }
@@ -53,8 +53,8 @@ int ServiceClient::start() {
   {
     std::lock_guard<std::mutex> lock(start_mutex_);
     if (ready()) {
-      const LogText &already = spec_.texts.already_started;
-      if (already.text != nullptr) VORN_LOG_AS(spec_.texts.start_name, already.level, "%s", already.text);
+      const LogText &already = setup_.texts.already_started;
+      if (already.text != nullptr) VORN_LOG_AS(setup_.texts.start_name, already.level, "%s", already.text);
       return 0;
     }
     failed = start_locked(result);
@@ -76,8 +76,8 @@ int ServiceClient::release() {
     record = record_.exchange(nullptr, std::memory_order_acq_rel);
   }
   if (record == nullptr) {
-    const LogText &none = spec_.texts.nothing_to_release;
-    if (none.text != nullptr) VORN_LOG_AS(spec_.texts.release_name, none.level, "%s", none.text);
+    const LogText &none = setup_.texts.nothing_to_release;
+    if (none.text != nullptr) VORN_LOG_AS(setup_.texts.release_name, none.level, "%s", none.text);
     return -1;
   }
   vorn_qmi_unregister(record);
@@ -118,14 +118,14 @@ std::optional<qmi_client_type> ServiceClient::pass(Guard guard) {
 
 void ServiceClient::dispatch(qmi_client_type handle, unsigned msg_id, const void *buf,
                              unsigned len) const {
-  const ClientTexts &texts = spec_.texts;
+  const ClientTexts &texts = setup_.texts;
   const char *name = texts.indication_name;
   if (texts.indication_received.text != nullptr)
     VORN_LOG_AS(name, texts.indication_received.level, texts.indication_received.text,
                 static_cast<int>(msg_id), static_cast<int>(len));
   const IndicationEntry *entry = nullptr;
-  for (size_t i = 0; i < spec_.indication_count; ++i)
-    if (spec_.indications[i].msg_id == msg_id) entry = &spec_.indications[i];
+  for (size_t i = 0; i < setup_.indication_count; ++i)
+    if (setup_.indications[i].msg_id == msg_id) entry = &setup_.indications[i];
   if (entry == nullptr) {
     if (texts.indication_unknown.text != nullptr)
       VORN_LOG_AS(name, texts.indication_unknown.level, "%s", texts.indication_unknown.text);

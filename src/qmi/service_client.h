@@ -1,15 +1,15 @@
 // The one client of a QMI service that a family keeps for the process.
 //
-// A family describes its client once, as a constant ClientSpec, and keeps one
+// A family describes its client once, as a constant ClientSetup, and keeps one
 // ServiceClient beside its message table (src/<family>/messages.h):
 //
 //   constexpr qmi::IndicationEntry kIndications[] = {
 //       qmi::decoded<nas::ServingSystemInd, on_serving_system>(),
 //   };
-//   constexpr qmi::ClientSpec kSpec = {
+//   constexpr qmi::ClientSetup kSetup = {
 //       qmi::Service::Nas, register_nas, vorn_network_qmi_ind_cb, nullptr,
 //       kIndications, std::size(kIndications), {texts...}};
-//   qmi::ServiceClient nas_client{kSpec};
+//   qmi::ServiceClient nas_client{kSetup};
 //
 // and its functions then read:
 //
@@ -19,14 +19,14 @@
 //
 // What the client does for the family:
 // - start(): makes the client record, gets the service object, waits for the
-//   service and connects (spec.register_client: vorn_qmi_register with the
-//   family's limit, vorn_odm_qmi_register, ...), then runs spec.on_registered
+//   service and connects (setup.register_client: vorn_qmi_register with the
+//   family's limit, vorn_odm_qmi_register, ...), then runs setup.on_registered
 //   (switching reports on). Concurrent starters wait for the one start in
 //   progress; the record is published at once and read without a lock.
 // - the guard of each request (Guard): start lazily, fail at once, or send on
 //   whatever there is.
 // - release(): the handle and the record.
-// - indications: spec.indication_callback is the family's named C callback,
+// - indications: setup.indication_callback is the family's named C callback,
 //   which hands everything to dispatch(); dispatch() decodes each known
 //   message with qmi_client_message_decode into a zeroed heap block of its
 //   decoded structure and calls the entry's handler (table IndicationEntry).
@@ -133,7 +133,7 @@ constexpr IndicationEntry owned(const char *announce = nullptr) {
   return {Ind::id, sizeof(typename Ind::Decoded), Ind::name, Fn, announce};
 }
 
-struct ClientSpec {
+struct ClientSetup {
   Service service;
   // Waits for the service and connects client->handle; 0 on success.
   int (*register_client)(vorn_qmi_client *client);
@@ -147,7 +147,7 @@ struct ClientSpec {
 
 class ServiceClient {
  public:
-  explicit constexpr ServiceClient(const ClientSpec &spec) : spec_(spec) {}
+  explicit constexpr ServiceClient(const ClientSetup &setup) : setup_(setup) {}
   ServiceClient(const ServiceClient &) = delete;
   ServiceClient &operator=(const ServiceClient &) = delete;
 
@@ -192,7 +192,7 @@ class ServiceClient {
  private:
   vorn_qmi_client *start_locked(int &result);
 
-  const ClientSpec &spec_;
+  const ClientSetup &setup_;
   std::atomic<vorn_qmi_client *> record_{nullptr};
   std::mutex start_mutex_;
   list_type callbacks_{};
