@@ -8,22 +8,20 @@
 #include <vornsim/sim.h>
 
 #include "foundation/log_site.h"
-#include "qmi/request.h"
+#include "m2m/messages.h"
 
 namespace {
 
-struct Resp {
-  qmi_response_type_v01 resp;
-  uint32_t value;
-};
+using GetCfun = vorn::m2m::GetCfun;
+using Resp = GetCfun::Resp;
 
-constexpr unsigned kMsg = 24;
+constexpr unsigned kMsg = GetCfun::id;
 
 qmi_client_type connect_m2m() {
   vornsim::reset();
   vornsim::set_diag_record(false);
   vornsim::on(vornsim::Svc::M2M, kMsg, vornsim::typed<vorn::qmi::NoRequest, Resp>(
-                                           [](const vorn::qmi::NoRequest &, Resp &r) { r.value = 1; }));
+                                           [](const vorn::qmi::NoRequest &, Resp &r) { r.cfun = 1; }));
   vorn_qmi_client client{};
   client.service_object = vorn_m2m_get_service_object_internal_v01(1, 1, 6);
   vorn_qmi_register(&client, 1);
@@ -45,8 +43,7 @@ void BM_FrameRequest(benchmark::State &state) {
   vorn::qmi::NoRequest req;
   for (auto _ : state) {
     Resp resp;
-    benchmark::DoNotOptimize(vorn::qmi::send_checked("QMI_VORN_M2M_GET_CFUN_REQ_V01", handle, kMsg,
-                                                     req, resp, 3000));
+    benchmark::DoNotOptimize(vorn::qmi::send_on<GetCfun>(handle, req, resp));
   }
   qmi_client_release(handle);
 }

@@ -11,8 +11,9 @@
  * /tmp/cfsn and /tmp/vorn_project_name.
  *
  * Queries open DMS again when the client is missing, and block the calling
- * thread for up to 5 s. Results: 0 for success, -1 for failure, 3 for an
- * invalid parameter, unless stated otherwise. Buffers stay the caller's.
+ * thread for up to 5 s. Results (include/vornpal/defs.h): VORN_OK (0) for
+ * success, VORN_FAILURE (-1) for failure, VORN_INVALID_PARAM for an invalid
+ * parameter, unless stated otherwise. Buffers stay the caller's.
  */
 #ifndef VORNPAL_DEVICE_H
 #define VORNPAL_DEVICE_H
@@ -76,7 +77,7 @@ VORNPAL_API int vorn_device_pal_event_unregister(vorn_pal_event_callback handler
  * and /tmp/imei_svn. */
 VORNPAL_API int vorn_device_pal_get_dev_ser_num(char *imei_and_svn);
 /* Stores the IMEI (both of the modem's IMEIs, through M2M): the write's
- * result, 7 when it failed, -1 for null. */
+ * result, VORN_FILE_WRITE_FAILED when it failed, -1 for null. */
 VORNPAL_API int vorn_device_pal_set_dev_ser_num(const char *imei);
 /* Firmware revision, at most size - 1 characters; writes /tmp/revid. */
 VORNPAL_API int vorn_device_pal_get_revid(char *revid, uint32_t size);
@@ -84,7 +85,7 @@ VORNPAL_API int vorn_device_pal_get_revid(char *revid, uint32_t size);
  * /tmp/cfsn. */
 VORNPAL_API int vorn_device_pal_get_fsn(char *fsn, uint32_t size);
 /* Stores the factory serial number over DMS: at most 36 bytes of text go to
- * the modem. 3 for null or an empty text. */
+ * the modem. VORN_INVALID_PARAM for null or an empty text. */
 VORNPAL_API int vorn_device_pal_set_fsn(const char *fsn, uint32_t length);
 /* Maker and model (through M2M), at most size bytes. */
 VORNPAL_API int vorn_device_pal_get_mfr(char *mfr, uint32_t size);
@@ -107,7 +108,7 @@ VORNPAL_API int vorn_device_pal_get_product_prefix_description(char *prefix);
 /* MAC address of "eth1" as "xx:xx:xx:xx:xx:xx" (18 bytes); the ioctl's
  * result when there is no such interface. */
 VORNPAL_API int vorn_device_pal_get_wan_hw_addr(char *address);
-/* Only logs; 3 for null. */
+/* Only logs; VORN_INVALID_PARAM for null. */
 VORNPAL_API int vorn_device_pal_set_factory_num(int type, const char *info);
 /* Fills every field it can; a failing query only logs. Always 0. */
 VORNPAL_API int vorn_device_pal_data_get(device_data *data);
@@ -130,7 +131,7 @@ VORNPAL_API int vorn_device_pal_reset(void);
  * always 0. */
 VORNPAL_API int vorn_device_pal_restore_factory_setting(void);
 /* Restarts into "edl", "recovery" or "fastboot"; a leading part of a name
- * selects it. 3 for a name that matches none. */
+ * selects it. VORN_INVALID_PARAM for a name that matches none. */
 VORNPAL_API int vorn_device_pal_set_gtdlmode(const char *mode);
 /* Download mode on panic; the result of the sysfs write. */
 VORNPAL_API int vorn_device_pal_set_dumpen(int value);
@@ -154,7 +155,7 @@ VORNPAL_API void vorn_device_pal_ftestmode_clear_writen(const char *path, const 
 VORNPAL_API int vorn_device_pal_set_gtsd(void);
 /* Unbinds and binds the SD host controller again; 0. */
 VORNPAL_API int vorn_device_pal_rebind_mmc(void);
-/* The modem keeps the time from the network itself: 302. */
+/* The modem keeps the time from the network itself: VORN_NOT_SUPPORTED. */
 VORNPAL_API int vorn_device_pal_set_nitz_update(void);
 VORNPAL_API int vorn_device_pal_get_nitz_update(void);
 
@@ -263,7 +264,7 @@ VORNPAL_API int oem_gtphychip_get_handle(void);
 VORNPAL_API int oem_gtprjname_get_handle(void);
 VORNPAL_API int oem_gtprjname_set_handle(void);
 
-/* Not supported on this platform: 302. */
+/* Not supported on this platform: VORN_NOT_SUPPORTED. */
 VORNPAL_API int vorn_device_pal_get_cclk_time_info(void);
 VORNPAL_API int vorn_device_pal_set_cclk_time_info(void);
 VORNPAL_API int vorn_device_pal_get_hwid_func(void);

@@ -9,7 +9,8 @@
  * and wait for the modem to offer the service for as long as that takes.
  * Functions marked "needs the client" fail when it does not exist yet.
  *
- * Results: 0 for success, -1 for failure, unless stated otherwise. Buffers
+ * Results (include/vornpal/defs.h): VORN_OK (0) for success, VORN_FAILURE
+ * (-1) for failure, unless stated otherwise. Buffers
  * stay the caller's; texts are copied as by vorn_string_memcpy (a text that
  * fills its buffer has no terminator).
  */
@@ -137,7 +138,7 @@ VORNPAL_API int vorn_m2m_pal_write_nv_by_nvid(uint32_t word0, uint32_t word1, co
 
 /* Texts of the module (start the client). Buffers of at least 128 (maker),
  * 64 (hardware version, project name) and 32 (model) bytes. A NULL buffer
- * gives 3 for the first two, -1 for the others. */
+ * gives VORN_INVALID_PARAM for the first two, -1 for the others. */
 VORNPAL_API int vorn_m2m_pal_get_manufacturer(char *manufacturer);
 VORNPAL_API int vorn_m2m_pal_get_hw_version(char *hw_version);
 VORNPAL_API int vorn_m2m_pal_get_model(char *model);
@@ -145,15 +146,17 @@ VORNPAL_API int vorn_m2m_pal_get_project_name(char *project_name);
 /* Modem and EFS sub-versions, each at most 64 bytes (starts the client). */
 VORNPAL_API int vorn_m2m_pal_get_sub_ver(char *modem, uint32_t modem_size, char *cefs,
                                          uint32_t cefs_size);
-/* The modem's clock as "YYYY.MM.DD-hh:mm:ss" (starts the client); 3 for NULL. */
+/* The modem's clock as "YYYY.MM.DD-hh:mm:ss" (starts the client);
+ * VORN_INVALID_PARAM for NULL. */
 VORNPAL_API int vorn_m2m_pal_get_cclk_time(char *text, uint32_t size);
 /* Functionality level (start the client). */
 VORNPAL_API int vorn_m2m_pal_get_cfun_mode(uint8_t *cfun);
 VORNPAL_API int vorn_m2m_pal_set_cfun_mode(uint8_t cfun_mode);
 /*
  * Factory serial number (start the client). get: copies at most `size`
- * bytes (the serial has at most 36) and keeps a copy in /tmp/cfsn; 3 for
- * NULL. set: 3 for NULL or len 0; a len over 36 aborts the process.
+ * bytes (the serial has at most 36) and keeps a copy in /tmp/cfsn;
+ * VORN_INVALID_PARAM for NULL. set: VORN_INVALID_PARAM for NULL or len 0; a
+ * len over 36 aborts the process.
  */
 VORNPAL_API int vorn_m2m_pal_get_fsn(char *out, uint32_t size);
 VORNPAL_API int vorn_m2m_pal_set_fsn(const char *text, uint32_t len);
@@ -206,10 +209,11 @@ VORNPAL_API int vorn_m2m_pal_set_w_disable(uint8_t w_disable);
 VORNPAL_API int vorn_m2m_pal_set_dhcpgw(uint8_t value);
 /* Authentication mode text, buffer of at least 128 bytes. */
 VORNPAL_API int vorn_m2m_pal_get_auth_mode(char *mode);
-/* APN of a profile: 3 for a NULL apn or a negative profile; an apn of 32
- * characters or more aborts the process. */
+/* APN of a profile: VORN_INVALID_PARAM for a NULL apn or a negative
+ * profile; an apn of 32 characters or more aborts the process. */
 VORNPAL_API int vorn_m2m_pal_set_apn(int32_t profile_index, const char *apn);
-/* SINR of the four antennas; a value over 250 reads as 0. 3 for NULL. */
+/* SINR of the four antennas; a value over 250 reads as 0. VORN_INVALID_PARAM
+ * for NULL. */
 VORNPAL_API int vorn_m2m_pal_get_ant_sinr(uint32_t sinr[4]);
 
 /* These start the client. */
@@ -220,7 +224,8 @@ VORNPAL_API int vorn_m2m_pal_get_rmnet_active(uint32_t *active);
 VORNPAL_API int vorn_m2m_pal_get_uim_select(uint8_t *slot);
 VORNPAL_API int vorn_m2m_pal_create_wds_profile(uint8_t profile_type, uint8_t profile_index);
 VORNPAL_API int vorn_m2m_pal_get_current_act(uint8_t *act);
-/* Thermal configuration 0, 1 or 2 copied into place; 3 for another mode. */
+/* Thermal configuration 0, 1 or 2 copied into place; VORN_INVALID_PARAM for
+ * another mode. */
 VORNPAL_API int vorn_m2m_pal_set_thermal_mode(int mode);
 
 /* ---- connection ---------------------------------------------------------- */
@@ -311,12 +316,12 @@ typedef struct {
   uint8_t sms_on_ims;
   uint8_t pdu_valid;     /* the PDU goes out only when both flags are set */
   uint8_t pdu_len_valid;
-  uint32_t pdu_len;      /* above 255 gives 3 */
+  uint32_t pdu_len;      /* above 255 gives VORN_INVALID_PARAM */
   uint8_t pdu[VORN_M2M_SMS_ACK_PDU_MAX];
 } vorn_m2m_sms_ack;
 
-/* Needs the client. 0; 3 for a PDU too long; -1 when the modem refused or
- * could not be reached, or for NULL. */
+/* Needs the client. 0; VORN_INVALID_PARAM for a PDU too long; -1 when the
+ * modem refused or could not be reached, or for NULL. */
 VORNPAL_API int vorn_m2m_send_sms_pdu_ack(const vorn_m2m_sms_ack *ack);
 
 /* ---- radio ----------------------------------------------------------------

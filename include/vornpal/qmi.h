@@ -45,13 +45,14 @@ typedef struct {
 
 /*
  * Classifies a synchronous request: 0 when rc and result are both 0,
- * otherwise logs the failure at level 4 and returns -6.
+ * otherwise logs the failure at level 4 and returns VORN_QMI_FAILURE (-6).
  */
 VORNPAL_API int vornQmi_CheckResponseCode(const char *name, int rc, int result, int error);
 
 /*
  * Waits for the client's service (wait_limit tries of 1 s; 0 waits without
- * limit) and connects. 0, the first failing code of the QMI library, -1 or -6.
+ * limit) and connects. 0, the first failing code of the QMI library, -1 or
+ * VORN_QMI_FAILURE.
  */
 VORNPAL_API int vorn_qmi_register(vorn_qmi_client *client, unsigned int wait_limit);
 /* Releases the client's handle; always 0. */

@@ -16,15 +16,13 @@
 #include <vornpal/m2m.h>
 #include <vornpal/strings.h>
 
-#include "device/dms.h"
+#include "device/client.h"
 #include "foundation/log_site.h"
 
 namespace {
 
 namespace dev = vorn::device;
 
-constexpr int kInvalidParam = 3;
-constexpr int kWriteFailed = 7;
 constexpr const char kImeiCache[] = "/tmp/imei";
 constexpr const char kSvnCache[] = "/tmp/imei_svn";
 constexpr const char kRevidCache[] = "/tmp/revid";
@@ -39,7 +37,7 @@ constexpr size_t kNamePartSize = 32;
 // Writes `count` bytes of `text` to a /tmp copy, no terminator added. A copy
 // that cannot be opened is no failure: the value itself was read.
 int vorn_system_pal_set_file_value_string(const char *path, const char *text, int count) {
-  if (count < 1) return kInvalidParam;
+  if (count < 1) return VORN_INVALID_PARAM;
   FILE *file = std::fopen(path, "w");
   if (file == nullptr) return 0;
   std::fwrite(text, 1, static_cast<size_t>(count), file);
@@ -52,15 +50,15 @@ int vorn_system_pal_set_file_value_string(const char *path, const char *text, in
 int vorn_qmi_dms_get_revid(char *out, uint32_t size) {
   if (out == nullptr) {
     VORN_LOG(VORN_ERR, "revision NULL pointer\r\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_device_rev_id_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetRevId>(resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message false erorr:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetRevId>(resp);
+  if (sent.rc != QMI_NO_ERR) {
+    VORN_LOG(VORN_ERR, "qmi send message false erorr:%d\r\n", sent.rc);
     return -1;
   }
-  if (resp.resp.result != QMI_RESULT_SUCCESS_V01) {
+  if (sent.verdict != 0) {
     VORN_LOG(VORN_ERR, "revision info is invaild!\r\n");
     return -1;
   }
@@ -121,12 +119,12 @@ void set_lte_band(vorn_device_band_capabilities &caps, unsigned band) {
 void vorn_qmi_dms_get_band_capabilities_init() {
   dms_get_band_capability_req_msg_v01 req{};
   dms_get_band_capability_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetBandCapability>(req, resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetBandCapability>(req, resp);
+  if (sent.rc != QMI_NO_ERR) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return;
   }
-  if (resp.resp.result != QMI_RESULT_SUCCESS_V01) {
+  if (sent.verdict != 0) {
     VORN_LOG(VORN_ERR, "bandmask info is invaild\r\n");
     return;
   }
@@ -192,10 +190,10 @@ extern "C" {
 VORNPAL_API int vorn_device_pal_get_dev_ser_num(char *imei_and_svn) {
   if (imei_and_svn == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_device_serial_numbers_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetSerialNumbers>(resp) != 0) {
+  if (dev::send<dev::GetSerialNumbers>(resp).verdict != 0) {
     VORN_LOG(VORN_ERR, "Error, dms get device serial number\r\n");
     return -1;
   }
@@ -222,7 +220,7 @@ VORNPAL_API int vorn_device_pal_set_dev_ser_num(const char *imei) {
   int rc = vorn_m2m_pal_write_imei(imei, nullptr);
   if (rc < 0) {
     VORN_LOG(VORN_ERR, "con't write imei.\n");
-    return kWriteFailed;
+    return VORN_FILE_WRITE_FAILED;
   }
   return rc;
 }
@@ -240,7 +238,7 @@ VORNPAL_API int vorn_device_pal_get_revid(char *revid, uint32_t size) {
 VORNPAL_API int vorn_device_pal_get_fsn(char *fsn, uint32_t size) {
   if (fsn == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   char text[kM2mTextSize] = {};
   if (vorn_m2m_pal_get_fsn(text, sizeof text) != 0) {
@@ -256,13 +254,13 @@ VORNPAL_API int vorn_device_pal_get_fsn(char *fsn, uint32_t size) {
 VORNPAL_API int vorn_device_pal_set_fsn(const char *fsn, uint32_t length) {
   if (fsn == nullptr || length == 0 || fsn[0] == '\0') {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_set_factory_serial_number_req_msg_v01 req{};
   req.fsn_len = static_cast<uint32_t>(strnlen(fsn, std::min<size_t>(length, sizeof req.fsn)));
   std::memcpy(req.fsn, fsn, req.fsn_len);
   dms_set_factory_serial_number_resp_msg_v01 resp;
-  return dev::send_checked<dev::SetFactorySerialNumber>(req, resp) == 0 ? 0 : -1;
+  return dev::send<dev::SetFactorySerialNumber>(req, resp).verdict;
 }
 
 VORNPAL_API int vorn_device_pal_get_mfr(char *mfr, uint32_t size) {
@@ -279,7 +277,7 @@ VORNPAL_API int vorn_deivce_pal_get_msisdn(char *msisdn, uint32_t size) {
     return -1;
   }
   dms_get_msisdn_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetMsisdn>(resp) != 0) return -1;
+  if (dev::send<dev::GetMsisdn>(resp).verdict != 0) return -1;
   vorn_string_memcpy(msisdn, resp.voice_number, size - 1);
   msisdn[size - 1] = '\0';
   return 0;
@@ -296,11 +294,11 @@ VORNPAL_API int vorn_device_pal_get_hw_version(char *hw_version) {
 VORNPAL_API int vorn_qmi_dms_get_hw_version(char *hw_version) {
   if (hw_version == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   dms_get_hw_version_req_msg_v01 req{};
   dms_get_hw_version_resp_msg_v01 resp;
-  if (dev::send_checked<dev::GetHwVersion>(req, resp) != 0) return -1;
+  if (dev::send<dev::GetHwVersion>(req, resp).verdict != 0) return -1;
   size_t len = std::min<size_t>(resp.hw_version_len, sizeof resp.hw_version);
   std::memcpy(hw_version, resp.hw_version, len);
   if (len < sizeof resp.hw_version) hw_version[len] = '\0';
@@ -363,7 +361,7 @@ VORNPAL_API int vorn_device_pal_get_wan_hw_addr(char *address) {
 }
 
 VORNPAL_API int vorn_device_pal_set_factory_num(int type, const char *info) {
-  if (info == nullptr) return kInvalidParam;
+  if (info == nullptr) return VORN_INVALID_PARAM;
   VORN_LOG(VORN_INFO, "oem_device_al_set_factory_num type:%d,info:%s\r\n", type, info);
   return 0;
 }

@@ -4,7 +4,6 @@
 // The commands and paths are the device's own: the tests find them in the
 // sandbox.
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,21 +15,15 @@
 #include <vornpal/m2m.h>
 #include <vornpal/process.h>
 
-#include "device/dms.h"
+#include "device/client.h"
+#include "device/reboot.h"
 #include "foundation/clock.h"
 #include "foundation/log_site.h"
+#include "foundation/run.h"
 
 namespace {
 
 namespace dev = vorn::device;
-
-constexpr int kInvalidParam = 3;
-constexpr int kNotSupported = 302;
-constexpr uint32_t kOperatingModeMax = 9;
-constexpr uint32_t kLowPowerMode = 1;
-constexpr uint64_t kUsbDownDelayUs = 500000;
-constexpr unsigned kRfClockTextSize = 20;
-constexpr unsigned kRfHwVersionSize = 128;
 
 constexpr const char kDownloadModeNode[] = "/sys/module/msm_poweroff/parameters/download_mode";
 constexpr const char kDiagFifo[] = "/tmp/diagen.fifo";
@@ -39,8 +32,9 @@ constexpr const char kRfHwVersionNode[] = "/sys/devices/platform/soc:vorn_hwver/
 constexpr const char kUpgrader[] = "/usr/bin/odm_upgrader";
 constexpr const char kMmcDevice[] = "/dev/mmcblk0";
 
-constexpr const char kStopAutosleep[] = "echo off > /sys/power/autosleep";
-constexpr const char kUsbDown[] = "echo none > /sys/devices/platform/8a00000.ssusb/mode";
+constexpr uint32_t kOperatingModeMax = 9;
+constexpr unsigned kRfClockTextSize = 20;
+constexpr unsigned kRfHwVersionSize = 128;
 
 struct DownloadMode {
   const char *mode;
@@ -53,10 +47,6 @@ constexpr DownloadMode kDownloadModes[] = {
     {"fastboot", "sys_reboot bootloader &"},
     {nullptr, nullptr},
 };
-
-int run(const char *command) {
-  return vorn_system_call(command, static_cast<unsigned>(std::strlen(command)));
-}
 
 int write_decimal(const char *path, int value) {
   char text[16];
@@ -72,9 +62,9 @@ int vorn_qmi_dms_set_operationg_mode(uint32_t mode) {
   dms_set_operating_mode_req_msg_v01 req{};
   req.operating_mode = static_cast<dms_operating_mode_enum_v01>(mode);
   dms_set_operating_mode_resp_msg_v01 resp;
-  int rc = dev::send<dev::SetOperatingMode>(req, resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::SetOperatingMode>(req, resp);
+  if (sent.verdict != 0) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return -1;
   }
   // The modem's refusal is only reported: callers cycle modes and go on.
@@ -89,9 +79,9 @@ int vorn_qmi_dms_get_operationg_mode(uint32_t *mode) {
     return -1;
   }
   dms_get_operating_mode_resp_msg_v01 resp;
-  int rc = dev::send<dev::GetOperatingMode>(resp);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", rc);
+  dev::Sent sent = dev::send<dev::GetOperatingMode>(resp);
+  if (sent.verdict != 0) {
+    VORN_LOG(VORN_ERR, "qmi send message fail error:%d\r\n", sent.rc);
     return -1;
   }
   if (resp.resp.result == QMI_RESULT_SUCCESS_V01) {
@@ -100,15 +90,6 @@ int vorn_qmi_dms_get_operationg_mode(uint32_t *mode) {
     VORN_LOG(VORN_ERR, "operating mode info is invaild\r\n");
   }
   return 0;
-}
-
-// The last steps of a reboot, off the caller's thread so that it returns
-// before the USB port goes down.
-void *reboot_after_usb_down(void *) {
-  vorn::clk::sleep_us(kUsbDownDelayUs);
-  run(kUsbDown);
-  run("sys_reboot");
-  return nullptr;
 }
 
 }  // namespace
@@ -154,29 +135,22 @@ VORNPAL_API int vorn_device_pal_get_device_oprt_state(uint8_t *cfun) {
 
 VORNPAL_API int vorn_device_pal_reset(void) {
   vorn_device_pal_set_dumpen(0);
-  run(kStopAutosleep);
-  vorn_device_pal_set_operating_mode(kLowPowerMode);
-  sync();
-  pthread_t thread;
-  int rc = pthread_create(&thread, nullptr, reboot_after_usb_down, nullptr);
-  if (rc == 0) pthread_detach(thread);
-  run(rc == 0 ? "echo \"cread cfun thread ok\" > /dev/kmsg"
-              : "echo \"cread cfun thread err\" > /dev/kmsg");
-  return 0;
+  vorn::device::reboot(vorn::device::RebootBy::Reset);
+  return VORN_OK;
 }
 
 VORNPAL_API int vorn_device_pal_restore_factory_setting(void) {
-  if (access(kUpgrader, F_OK) == 0) run("odm_upgrader set_efs2_restore");
+  if (access(kUpgrader, F_OK) == 0) vorn::run("odm_upgrader set_efs2_restore");
   return 0;
 }
 
 VORNPAL_API int vorn_device_pal_set_gtdlmode(const char *mode) {
-  if (mode == nullptr) return kInvalidParam;
+  if (mode == nullptr) return VORN_INVALID_PARAM;
   const DownloadMode *row = kDownloadModes;
   while (row->mode != nullptr && std::strncmp(row->mode, mode, std::strlen(mode)) != 0) ++row;
-  if (row->mode == nullptr) return kInvalidParam;
+  if (row->mode == nullptr) return VORN_INVALID_PARAM;
   VORN_LOG(VORN_WARN, "%s=%s\n", row->mode, row->command);
-  run(row->command);
+  vorn::run(row->command);
   return 0;
 }
 
@@ -193,7 +167,7 @@ VORNPAL_API int vorn_device_pal_set_diagen(int value) {
 }
 
 VORNPAL_API int vorn_device_pal_set_adben(const int *enable) {
-  run(enable == nullptr ? "rm -rf /data/adbdlock" : "touch /data/adbdlock");
+  vorn::run(enable == nullptr ? "rm -rf /data/adbdlock" : "touch /data/adbdlock");
   return 0;
 }
 
@@ -243,9 +217,9 @@ VORNPAL_API void vorn_device_pal_ftestmode_clear_writen(const char *path, const 
 VORNPAL_API int vorn_device_pal_set_gtsd(void) { return access(kMmcDevice, F_OK) == 0 ? 0 : 1; }
 
 VORNPAL_API int vorn_device_pal_rebind_mmc(void) {
-  run("echo \"8804000.sdhci\" > /sys/bus/platform/drivers/sdhci_msm/unbind");
+  vorn::run("echo \"8804000.sdhci\" > /sys/bus/platform/drivers/sdhci_msm/unbind");
   vorn::clk::sleep_s(1);
-  run("echo \"8804000.sdhci\" > /sys/bus/platform/drivers/sdhci_msm/bind");
+  vorn::run("echo \"8804000.sdhci\" > /sys/bus/platform/drivers/sdhci_msm/bind");
   VORN_LOG(VORN_INFO, "rebind mmc!\n");
   return 0;
 }
@@ -257,12 +231,12 @@ VORNPAL_API int vorn_device_pal_backup_device_data(void) {
 
 VORNPAL_API int vorn_device_pal_set_nitz_update(void) {
   VORN_LOG(VORN_DBUG, "FWA not support,go to modem.\n");
-  return kNotSupported;
+  return VORN_NOT_SUPPORTED;
 }
 
 VORNPAL_API int vorn_device_pal_get_nitz_update(void) {
   VORN_LOG(VORN_DBUG, "FWA not support,go to modem.\n");
-  return kNotSupported;
+  return VORN_NOT_SUPPORTED;
 }
 
 }  // extern "C"

@@ -16,11 +16,6 @@
 
 namespace {
 
-constexpr int kOk = 0;
-constexpr int kOpenFailed = 4;
-constexpr int kReadFailed = 6;
-constexpr int kWriteFailed = 7;
-
 constexpr const char kIrigDevice[] = "/dev/vorn_irig_b_config";
 constexpr unsigned long kIrigConfigRequest = 0x40325A1E;
 constexpr size_t kPathMax = 512;
@@ -51,18 +46,18 @@ ssize_t read_once(int fd, void *buffer, size_t length) {
 
 int write_with(const char *path, const void *data, unsigned int length, int flags) {
   vorn::UniqueFd fd = open_logged(path, O_WRONLY | flags, 0777);
-  if (!fd.open()) return kOpenFailed;
+  if (!fd.open()) return VORN_FILE_OPEN_FAILED;
   const auto *bytes = static_cast<const char *>(data);
   for (size_t written = 0; written < length;) {
     ssize_t n = bytes != nullptr ? ::write(fd.get(), bytes + written, length - written) : -1;
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
       VORN_LOG(VORN_ERR, "write %s failed.\n", path);
-      return kWriteFailed;
+      return VORN_FILE_WRITE_FAILED;
     }
     written += static_cast<size_t>(n);
   }
-  return kOk;
+  return VORN_OK;
 }
 
 // Runs a shell pipeline and reads its first line; false when popen failed.
@@ -86,12 +81,12 @@ extern "C" {
 
 VORNPAL_API int vorn_read_file(const char *path, void *buffer, unsigned int length) {
   vorn::UniqueFd fd = open_logged(path, O_RDONLY);
-  if (!fd.open()) return kOpenFailed;
+  if (!fd.open()) return VORN_FILE_OPEN_FAILED;
   if (buffer == nullptr || read_once(fd.get(), buffer, length) < 0) {
     VORN_LOG(VORN_ERR, "read %s failed.\n", path);
-    return kReadFailed;
+    return VORN_FILE_READ_FAILED;
   }
-  return kOk;
+  return VORN_OK;
 }
 
 VORNPAL_API int vorn_read_file_with_reading_length_returned(const char *path, void *buffer,
@@ -122,12 +117,12 @@ VORNPAL_API int vorn_write_file_sync_create(const char *path, const void *data,
 
 VORNPAL_API int vorn_ioctl_file(const char *path, unsigned long request, void *argument) {
   vorn::UniqueFd fd = open_logged(path, O_RDWR);
-  if (!fd.open()) return kOpenFailed;
+  if (!fd.open()) return VORN_FILE_OPEN_FAILED;
   if (ioctl(fd.get(), request, argument) != 0) {
     VORN_LOG(VORN_ERR, "ioctl cmd %ld failed.\n", static_cast<long>(request));
     return -1;
   }
-  return kOk;
+  return VORN_OK;
 }
 
 VORNPAL_API int vorn_irig_b_ioctl(void *config) {

@@ -22,8 +22,13 @@ constexpr const char kDiagFormat[] = "VORN-FWA[%d] %s(): %s";
 
 // A message below the threshold is dropped before the buffer is allocated;
 // vorn_log_printf filters again under its lock for callers that come in
-// directly.
-#define VORN_LOG(level, ...)                                                           \
+// directly. The line carries the function it is logged in.
+#define VORN_LOG(level, ...) VORN_LOG_AS(__func__, level, __VA_ARGS__)
+
+// The same with the function's name given: for lines of shared code that
+// speak for a family's function (the QMI service client), so that helpers
+// can be renamed or moved without changing what the log shows.
+#define VORN_LOG_AS(name, level, ...)                                                   \
   do {                                                                                 \
     const int vorn_log_level_ = (level);                                               \
     if (vorn_log_level_ != -1 && vorn_log_level_ < vorn_get_log_level()) break;        \
@@ -31,9 +36,10 @@ constexpr const char kDiagFormat[] = "VORN-FWA[%d] %s(): %s";
         {static_cast<uint16_t>(__LINE__), VORN_DIAG_SSID,                              \
          vorn::log::diag_mask(vorn_log_level_)},                                        \
         vorn::log::kDiagFormat, __FILE__};                                             \
+    const char *vorn_log_name_ = (name);                                               \
     char *vorn_log_buf_ = static_cast<char *>(calloc(1, VORN_LOG_MSG_BUF_SIZE));       \
-    if (vorn_log_printf(vorn_log_level_, vorn_log_buf_, __func__, __LINE__, __VA_ARGS__)) \
-      msg_sprintf(&vorn_log_site_, static_cast<int>(getpid()), __func__, vorn_log_buf_); \
+    if (vorn_log_printf(vorn_log_level_, vorn_log_buf_, vorn_log_name_, __LINE__, __VA_ARGS__)) \
+      msg_sprintf(&vorn_log_site_, static_cast<int>(getpid()), vorn_log_name_, vorn_log_buf_); \
     free(vorn_log_buf_);                                                               \
   } while (0)
 

@@ -20,7 +20,6 @@ namespace {
 using vorn::m2m::Guard;
 namespace m2m = vorn::m2m;
 
-constexpr int kInvalidParam = 3;
 constexpr const char kCfsnCache[] = "/tmp/cfsn";
 
 // A text field of a response into the caller's buffer of `size` bytes,
@@ -57,13 +56,13 @@ void write_cfsn_cache(const char *out, uint32_t size) {
 extern "C" {
 
 VORNPAL_API int vorn_m2m_pal_get_manufacturer(char *manufacturer) {
-  return query_text<m2m::Manufacturer>(manufacturer, kInvalidParam);
+  return query_text<m2m::Manufacturer>(manufacturer, VORN_INVALID_PARAM);
 }
 
 VORNPAL_API int vorn_m2m_pal_get_hw_version(char *hw_version) {
   if (hw_version == nullptr) {
     VORN_LOG(VORN_ERR, "Parameter is error!\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_hw_version_req_msg_v01 req{};
   vorn_m2m_hw_version_resp_msg_v01 resp;
@@ -97,7 +96,7 @@ VORNPAL_API int vorn_m2m_pal_get_sub_ver(char *modem, uint32_t modem_size, char 
 VORNPAL_API int vorn_m2m_pal_get_cclk_time(char *text, uint32_t size) {
   if (text == nullptr) {
     VORN_LOG(VORN_ERR, "Parameter is error!\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_get_cclk_time_req_msg_v01 req{};
   vorn_m2m_get_cclk_time_resp_msg_v01 resp;
@@ -129,7 +128,7 @@ VORNPAL_API int vorn_m2m_pal_set_cfun_mode(uint8_t cfun_mode) {
 VORNPAL_API int vorn_m2m_pal_get_fsn(char *out, uint32_t size) {
   if (out == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_get_sn_resp_msg_v01 resp;
   if (m2m::send<m2m::GetSn>(Guard::LazyStartNoSecondLook, resp).verdict != 0) {
@@ -146,7 +145,7 @@ VORNPAL_API int vorn_m2m_pal_set_fsn(const char *text, uint32_t len) {
   std::optional<qmi_client_type> handle = m2m::pass_guard(Guard::LazyStartNoSecondLook);
   if (text == nullptr || len == 0) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_set_sn_req_msg_v01 req{};
   req.len = len;

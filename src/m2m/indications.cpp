@@ -3,52 +3,33 @@
 // turns them into the family's events; an unsolicited "+CFUN" or
 // "+BACKUPRFNV" text starts a detached worker that reboots the device or
 // backs up its identity.
-#include <pthread.h>
-#include <unistd.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <memory>
 
 #include <vornpal/device.h>
 #include <vornpal/event.h>
 #include <vornpal/m2m.h>
-#include <vornpal/process.h>
 #include <vornpal/strings.h>
 
-#include "foundation/clock.h"
+#include "device/reboot.h"
 #include "foundation/log_site.h"
+#include "foundation/run.h"
 #include "m2m/client.h"
 #include "m2m/indications.h"
 
 namespace {
 
 constexpr size_t kWorkerStack = 65536;
-constexpr uint32_t kLowPowerMode = 1;
-constexpr uint64_t kUsbDownDelayUs = 500000;
 constexpr size_t kReport1Size = 12;
 
-static_assert(sizeof(vorn_m2m_event_report_ind_msg_v01) == 168, "decoded event report");
-static_assert(offsetof(vorn_m2m_event_report_ind_msg_v01, report6_valid) == 0x46 &&
-                  offsetof(vorn_m2m_event_report_ind_msg_v01, report1) == 0x54 &&
-                  offsetof(vorn_m2m_event_report_ind_msg_v01, unsol_atcmd) == 0x61 &&
-                  offsetof(vorn_m2m_event_report_ind_msg_v01, datacall_status) == 0xA4,
-              "event report layout");
-static_assert(sizeof(vorn_m2m_nv_cfg_report_ind_msg_v01) == 42324 &&
-                  sizeof(vorn_m2m_nv_cfg_report) == 42324,
-              "NV report, decoded and handed on");
-static_assert(sizeof(vorn_m2m_scan_cell_info_ind_msg_v01) == 2172 &&
-                  sizeof(vorn_m2m_scan_cell_entry_v01) == 36,
-              "decoded scan");
+static_assert(sizeof(vorn_m2m_nv_cfg_report) == 42324, "NV report handed on");
 static_assert(sizeof(vorn_m2m_scan_cell_record) == 2408 && sizeof(vorn_m2m_scan_cell_entry) == 40,
               "scan handed on");
-
-int run(const char *command) {
-  return vorn_system_call(command, static_cast<unsigned>(std::strlen(command)));
-}
 
 // An exhausted heap where an event must go out is not survivable.
 [[noreturn]] void out_of_memory(int line) {
@@ -62,9 +43,7 @@ T *event_block(size_t size = sizeof(T)) {
   return static_cast<T *>(std::calloc(1, size));
 }
 
-void post(int event, void *data, size_t size) {
-  vorn_pal_post_event(vorn::m2m::event_list(), event, data, static_cast<int>(size));
-}
+void post(int event, void *data, size_t size) { vorn::m2m::client().post(event, data, size); }
 
 // A one-byte event; a failed allocation drops it.
 void post_byte(int event, uint8_t value) {
@@ -77,69 +56,29 @@ void post_byte(int event, uint8_t value) {
   post(event, data, 1);
 }
 
-template <class T>
-bool decode(qmi_client_type handle, unsigned msg_id, const void *buf, unsigned len, T &out,
-            const char *name) {
-  int rc = qmi_client_message_decode(handle, QMI_IDL_INDICATION, msg_id, buf, len, &out, sizeof out);
-  if (rc != QMI_NO_ERR) {
-    VORN_LOG(VORN_ERR, "Error in decoding %s, error = %i\n", name, rc);
-    return false;
-  }
-  return true;
-}
-
-// ---- workers ---------------------------------------------------------------
-
-// What a "+CFUN" report from the modem means: low power, USB port down,
-// reboot.
-void *reboot_worker(void *) {
-  vorn_device_pal_set_operating_mode(kLowPowerMode);
-  vorn::clk::sleep_us(kUsbDownDelayUs);
-  run("echo none > /sys/devices/platform/8a00000.ssusb/mode");
-  run("echo SYS-REBOOT > /dev/rebooterdev");
-  return nullptr;
-}
-
-// Attribute failures are only logged: the thread is still tried.
-bool start_worker(void *(*worker)(void *)) {
-  pthread_attr_t attr;
-  if (pthread_attr_init(&attr) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init init thread attribute failed\n");
-  if (pthread_attr_setstacksize(&attr, kWorkerStack) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init set stack size failed\n");
-  if (pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED) != 0)
-    VORN_LOG(VORN_ERR, "oem_vlan_rx_thread_init set setdetachstate failed\n");
-  pthread_t thread;
-  int rc = pthread_create(&thread, &attr, worker, nullptr);
-  pthread_attr_destroy(&attr);
-  return rc == 0;
-}
-
 void on_unsolicited_text(const char (&field)[64]) {
   char text[sizeof field + 1] = {};
   std::memcpy(text, field, sizeof field);
   VORN_LOG(VORN_INFO, "receive unsol atcmd: %s.\n", text);
   if (strncasecmp(text, "+CFUN", 5) == 0) {
     VORN_LOG(VORN_INFO, "CFUN has been detected\n");
-    run("echo off > /sys/power/autosleep");
-    sync();
-    run(start_worker(reboot_worker) ? "echo \"cread cfun thread ok\" > /dev/kmsg"
-                                    : "echo \"cread cfun thread err\" > /dev/kmsg");
+    vorn::device::reboot(vorn::device::RebootBy::ModemReport);
   } else if (std::strncmp(text, "+BACKUPRFNV", 11) == 0) {
     VORN_LOG(VORN_INFO, "%s has been detected\n", text);
-    run(start_worker(vorn_thread_func_rfnv) ? "echo \"cread rfnv thread ok\" > /dev/kmsg"
-                                            : "echo \"cread rfnv thread err\" > /dev/kmsg");
+    vorn::run(vorn::start_worker(vorn_thread_func_rfnv, nullptr, kWorkerStack)
+                  ? "echo \"cread rfnv thread ok\" > /dev/kmsg"
+                  : "echo \"cread rfnv thread err\" > /dev/kmsg");
   }
 }
+
+}  // namespace
+
+namespace vorn::m2m {
 
 // ---- the three indications --------------------------------------------------
 
 // Each part of a report stands alone: one report can post several events.
-void on_event_report(qmi_client_type handle, const void *buf, unsigned len) {
-  vorn_m2m_event_report_ind_msg_v01 ind{};
-  if (!decode(handle, QMI_VORN_M2M_EVENT_REPORT_IND_V01, buf, len, ind,
-              "QMI_oem_M2M_EVENT_REPORT_IND_V01"))
-    return;
+void on_event_report(const vorn_m2m_event_report_ind_msg_v01 &ind) {
   VORN_LOG(VORN_INFO, "receive uim_select=%d, rmnet_act=%d, attach_status is %d,the struct size is %d\n",
            ind.uim_select, ind.rmnet_act, ind.attach_status, static_cast<int>(sizeof ind));
   if (ind.report1_valid != 0) {
@@ -184,21 +123,15 @@ void on_event_report(qmi_client_type handle, const void *buf, unsigned len) {
   }
 }
 
-// The records are far too large for the QMI thread's stack on the target:
-// they live on the heap for the time of the call.
-void on_nv_report(qmi_client_type handle, const void *buf, unsigned len) {
-  auto decoded = std::make_unique<vorn_m2m_nv_cfg_report_ind_msg_v01>();
-  if (!decode(handle, QMI_VORN_M2M_NV_CFG_REPORT_IND_V01, buf, len, *decoded,
-              "QMI_oem_M2M_NV_CFG_REPORT_IND_V01"))
-    return;
+void on_nv_report(const vorn_m2m_nv_cfg_report_ind_msg_v01 &decoded) {
   auto *report = event_block<vorn_m2m_nv_cfg_report>();
   if (report == nullptr) {
     VORN_LOG(VORN_ERR, "Error, oem_MALLOC event_data.\n");
     return;
   }
-  report->item_count = std::min<uint8_t>(decoded->item_count, VORN_M2M_NV_CFG_REPORT_MAX_V01);
+  report->item_count = std::min<uint8_t>(decoded.item_count, VORN_M2M_NV_CFG_REPORT_MAX_V01);
   for (unsigned i = 0; i < report->item_count; ++i) {
-    const vorn_m2m_nv_cfg_item_v01 &from = decoded->item[i];
+    const vorn_m2m_nv_cfg_item_v01 &from = decoded.item[i];
     vorn_m2m_nv_cfg_item &to = report->item[i];
     to.item_id = from.item_id;
     to.data_len = std::min<uint32_t>(from.data_len, sizeof to.data);
@@ -212,20 +145,15 @@ void on_nv_report(qmi_client_type handle, const void *buf, unsigned len) {
   post(VORN_M2M_EVENT_NV_CHANGED, report, sizeof *report);
 }
 
-void on_scan_cells(qmi_client_type handle, const void *buf, unsigned len) {
-  VORN_LOG(VORN_INFO, "QMI_oem_M2M_SCAN_CELL_INFO_IND_V01.\n");
-  auto decoded = std::make_unique<vorn_m2m_scan_cell_info_ind_msg_v01>();
-  if (!decode(handle, QMI_VORN_M2M_SCAN_CELL_INFO_IND_V01, buf, len, *decoded,
-              "QMI_oem_M2M_SCAN_CELL_INFO_IND_V01"))
-    return;
+void on_scan_cells(const vorn_m2m_scan_cell_info_ind_msg_v01 &decoded) {
   auto *record = event_block<vorn_m2m_scan_cell_record>();
   if (record == nullptr) {
     VORN_LOG(VORN_ERR, "Error, oem_MALLOC event_data.\n");
     return;
   }
-  record->cell_count = std::min<uint8_t>(decoded->cell_count, VORN_M2M_SCAN_CELL_MAX_V01);
+  record->cell_count = std::min<uint8_t>(decoded.cell_count, VORN_M2M_SCAN_CELL_MAX_V01);
   for (unsigned i = 0; i < record->cell_count; ++i) {
-    const vorn_m2m_scan_cell_entry_v01 &from = decoded->cell[i];
+    const vorn_m2m_scan_cell_entry_v01 &from = decoded.cell[i];
     vorn_m2m_scan_cell_entry &to = record->cell[i];
     to.rat = from.rat;
     to.pci = from.pci;
@@ -244,20 +172,6 @@ void on_scan_cells(qmi_client_type handle, const void *buf, unsigned len) {
   post(VORN_M2M_EVENT_SCAN_CELLS, record, sizeof *record);
 }
 
-struct Indication {
-  unsigned msg_id;
-  void (*handle)(qmi_client_type, const void *, unsigned);
-};
-constexpr Indication kIndications[] = {
-    {QMI_VORN_M2M_EVENT_REPORT_IND_V01, on_event_report},
-    {QMI_VORN_M2M_NV_CFG_REPORT_IND_V01, on_nv_report},
-    {QMI_VORN_M2M_SCAN_CELL_INFO_IND_V01, on_scan_cells},
-};
-
-}  // namespace
-
-namespace vorn::m2m {
-
 sem_t *ok_sem() {
   static struct Semaphore {
     Semaphore() { sem_init(&sem, 0, 0); }
@@ -267,22 +181,3 @@ sem_t *ok_sem() {
 }
 
 }  // namespace vorn::m2m
-
-extern "C" {
-
-void vorn_qmi_m2m_ind_handler(qmi_client_type user_handle, unsigned int msg_id, void *ind_buf,
-                              unsigned int ind_buf_len, void *) {
-  VORN_LOG(VORN_DBUG, "receive msg_id=%d, size=%d\n", static_cast<int>(msg_id),
-           static_cast<int>(ind_buf_len));
-  for (const Indication &indication : kIndications) {
-    if (indication.msg_id != msg_id) continue;
-    if (ind_buf_len == 0) {
-      VORN_LOG(VORN_ERR, "Indication message empty.\n");
-      return;
-    }
-    indication.handle(user_handle, ind_buf, ind_buf_len);
-    return;
-  }
-}
-
-}  // extern "C"

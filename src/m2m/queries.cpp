@@ -27,7 +27,6 @@ namespace {
 using vorn::m2m::Guard;
 namespace m2m = vorn::m2m;
 
-constexpr int kInvalidParam = 3;
 constexpr uint32_t kProfileMin = 1;
 constexpr uint32_t kProfileMax = 42;
 constexpr uint64_t kReportWaitMs = 5000;
@@ -307,7 +306,7 @@ VORNPAL_API int vorn_m2m_send_sms_pdu_ack(const vorn_m2m_sms_ack *ack) {
   req.success = ack->success;
   req.sms_on_ims = ack->sms_on_ims;
   if (ack->pdu_valid && ack->pdu_len_valid) {
-    if (ack->pdu_len > sizeof req.pdu) return kInvalidParam;
+    if (ack->pdu_len > sizeof req.pdu) return VORN_INVALID_PARAM;
     req.pdu_valid = 1;
     req.pdu_len_valid = 1;
     req.pdu_len = ack->pdu_len;

@@ -15,7 +15,6 @@ namespace {
 using vorn::m2m::Guard;
 namespace m2m = vorn::m2m;
 
-constexpr int kInvalidParam = 3;
 constexpr uint8_t kUeModeMax = 3;
 constexpr uint8_t kSinrMax = 250;
 
@@ -135,7 +134,7 @@ VORNPAL_API int vorn_m2m_pal_get_auth_mode(char *mode) {
 VORNPAL_API int vorn_m2m_pal_set_apn(int32_t profile_index, const char *apn) {
   if (apn == nullptr || profile_index < 0) {
     VORN_LOG(VORN_ERR, "oem_m2m_pal_set_apn failed: invalid param\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_set_prfmod_req_msg_v01 req{};
   req.profile_index = profile_index;
@@ -146,7 +145,7 @@ VORNPAL_API int vorn_m2m_pal_set_apn(int32_t profile_index, const char *apn) {
 VORNPAL_API int vorn_m2m_pal_get_ant_sinr(uint32_t sinr[4]) {
   if (sinr == nullptr) {
     VORN_LOG(VORN_ERR, "Parameter is error!\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   if (!m2m::ready()) {
     VORN_LOG(VORN_ERR, "QMI handle invalid\n");
@@ -215,7 +214,7 @@ VORNPAL_API int vorn_m2m_pal_scan_celllock(void) {
 VORNPAL_API int vorn_m2m_pal_set_thermal_mode(int mode) {
   if (mode < 0 || mode >= static_cast<int>(std::size(kThermalConfigs))) {
     VORN_LOG(VORN_ERR, "thermal_mode:%d\n", mode);
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_m2m_copy_nv_item_req_msg_v01 req{};
   vorn::checked_strcpy(req.source_path, kThermalConfigs[mode]);

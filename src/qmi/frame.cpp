@@ -88,7 +88,7 @@ int register_client(vorn_qmi_client *client, unsigned wait_limit, const Register
   if (!wait_for_service(client->service_object, os_params, wait_limit, num_services)) {
     VORN_LOG(VORN_ERR, "qmi_client_get_service_list time limit exceeded\n");
     qmi_client_release(notifier);
-    return -6;
+    return VORN_QMI_FAILURE;
   }
   qmi_service_info info[VORN_WDS_SERVICE_LIST_MAX] = {};
   unsigned num_entries = num_services < VORN_WDS_SERVICE_LIST_MAX ? num_services
@@ -192,7 +192,7 @@ VORNPAL_API int vornQmi_CheckResponseCode(const char *name, int rc, int result, 
            name, rc, rc_word(rc), result, result, error, error);
   if (incompatible_version(rc))
     VORN_LOG(VORN_CRIT, "Modem is running an incompatible version of client library!\n");
-  return -6;
+  return VORN_QMI_FAILURE;
 }
 
 VORNPAL_API int vorn_qmi_register(vorn_qmi_client *client, unsigned int wait_limit) {

@@ -5,14 +5,9 @@
 
 #include <sys/mount.h>
 
-#include <chrono>
 #include <cstring>
-#include <functional>
-#include <mutex>
 #include <set>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <vornpal/device.h>
 #include <vornpal/log.h>
@@ -20,39 +15,19 @@
 #include <vornpal/platform/device_management_service_v01.h>
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 
+#include "device/messages.h"
+#include "m2m/messages.h"
 #include "vornpal_test.h"
 
 namespace devt {
 
-constexpr vornsim::Svc kDms = vornsim::Svc::DMS;
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
-
-// Callbacks of a family's event list, kept for the test.
-struct Events {
-  struct Event {
-    int id;
-    std::vector<uint8_t> data;
-    int size;
-    bool had_data;
-    bool on_modem_thread;
-  };
-  static void record(int id, void *data, int size, void *user) {
-    auto *self = static_cast<Events *>(user);
-    std::lock_guard<std::mutex> lock(self->mutex);
-    auto *bytes = static_cast<const uint8_t *>(data);
-    self->list.push_back({id,
-                          data != nullptr ? std::vector<uint8_t>(bytes, bytes + size)
-                                          : std::vector<uint8_t>(),
-                          size, data != nullptr, vornsim::on_modem_thread()});
-  }
-  std::vector<Event> taken() {
-    vornsim::drain();
-    std::lock_guard<std::mutex> lock(mutex);
-    return list;
-  }
-  std::mutex mutex;
-  std::vector<Event> list;
-};
+namespace dev = vorn::device;
+namespace m2m = vorn::m2m;
+using vt::count;
+using vt::eventually;
+using vt::Events;
+using vt::kDms;
+using vt::kM2m;
 
 class DeviceTest : public ::testing::Test {
  protected:
@@ -76,31 +51,6 @@ class DeviceTest : public ::testing::Test {
   // Outlives TearDown, which releases the registrations.
   Events events;
 };
-
-inline size_t count(vornsim::Svc svc, unsigned msg_id) {
-  return vornsim::requests(svc, msg_id).size();
-}
-
-// Answers a message with a response filled by `fill` (the request is ignored).
-template <class Resp>
-void answer(vornsim::Svc svc, unsigned id, std::function<void(Resp &)> fill) {
-  vornsim::on(svc, id, [fill](const vornsim::Request &, void *resp, size_t len) {
-    Resp typed{};
-    fill(typed);
-    std::memcpy(resp, &typed, std::min(len, sizeof typed));
-    return 0;
-  });
-}
-
-// Waits (real time) until `done` holds; false after `ms`.
-inline bool eventually(const std::function<bool()> &done, int ms = 5000) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
 
 // A writable, empty tmpfs over a directory of /sys, once per process.
 inline void scratch_over(const std::string &dir) {

@@ -33,7 +33,7 @@ TEST_F(DeviceIdentity, FailedOpenIsReportedAndHealsAtTheNextQuery) {
   EXPECT_EQ(vornsim::requests(kDms).size(), 0u);
 
   vornsim::set_service_object_missing(kDms, false);
-  vornsim::set_fault(kDms, QMI_DMS_SET_EVENT_REPORT_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kDms, QMI_DMS_SET_EVENT_REPORT_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   char revision[64] = {};
   ASSERT_EQ(vorn_device_pal_get_revid(revision, sizeof revision), 0);
   EXPECT_STREQ(revision, "VN5GFWAR01A03M4G.01");
@@ -86,13 +86,12 @@ TEST_F(DeviceIdentity, OperatingModeReportsBecomeEventsOnTheModemThread) {
 }
 
 void serial_numbers(const char *imei, const char *svn) {
-  answer<dms_get_device_serial_numbers_resp_msg_v01>(
-      kDms, QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01, [=](auto &resp) {
-        resp.imei_valid = imei != nullptr;
-        if (imei != nullptr) std::strcpy(resp.imei, imei);
-        resp.imeisv_svn_valid = svn != nullptr;
-        if (svn != nullptr) std::strcpy(resp.imeisv_svn, svn);
-      });
+  vt::answer<dev::GetSerialNumbers>(kDms, [=](auto &resp) {
+    resp.imei_valid = imei != nullptr;
+    if (imei != nullptr) std::strcpy(resp.imei, imei);
+    resp.imeisv_svn_valid = svn != nullptr;
+    if (svn != nullptr) std::strcpy(resp.imeisv_svn, svn);
+  });
 }
 
 std::string svn_for(const char *hex) {
@@ -116,7 +115,7 @@ TEST_F(DeviceIdentity, SerialNumbersShowTheSvnInDecimalAndLeaveCopies) {
   EXPECT_EQ(svn_for("1F"), "31");
 
   serial_numbers("356938035643809", nullptr);
-  answer<dms_get_device_rev_id_resp_msg_v01>(kDms, QMI_DMS_GET_DEVICE_REV_ID_REQ_V01, [](auto &resp) {
+  vt::answer<dev::GetRevId>(kDms, [](auto &resp) {
     std::strcpy(resp.device_rev_id, "VN5G.R01.07");
   });
   ASSERT_EQ(vorn_device_pal_get_dev_ser_num(out), 0);
@@ -130,7 +129,7 @@ TEST_F(DeviceIdentity, SerialNumbersShowTheSvnInDecimalAndLeaveCopies) {
   EXPECT_FALSE(vt::file_exists("/tmp/imei")) << "an empty IMEI leaves no copy";
 
   EXPECT_EQ(vorn_device_pal_get_dev_ser_num(nullptr), 3);
-  vornsim::set_fault(kDms, QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01, {-3});
+  vornsim::fail_next(kDms, QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01, -3, vornsim::kAll);
   EXPECT_EQ(vorn_device_pal_get_dev_ser_num(out), -1);
   EXPECT_TRUE(vt::logged("Error, dms get device serial number\r\n"));
 }
@@ -143,11 +142,11 @@ TEST_F(DeviceIdentity, RevisionPhoneNumberAndHardwareVersion) {
   EXPECT_EQ(vt::read_file("/tmp/revid"), std::string("VN5GFWA\0", 8));
   EXPECT_EQ(vorn_device_pal_get_revid(nullptr, 8), -1);
   EXPECT_TRUE(vt::logged("revision NULL pointer\r\n"));
-  vornsim::set_fault(kDms, QMI_DMS_GET_DEVICE_REV_ID_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01, 0, 1});
+  vornsim::refuse_next(kDms, QMI_DMS_GET_DEVICE_REV_ID_REQ_V01, QMI_ERR_INTERNAL_V01);
   EXPECT_EQ(vorn_device_pal_get_revid(revision, sizeof revision), -1);
   EXPECT_TRUE(vt::logged("revision info is invaild!\r\n"));
   EXPECT_TRUE(vt::logged("Error, dms get revid\r\n"));
-  vornsim::set_fault(kDms, QMI_DMS_GET_DEVICE_REV_ID_REQ_V01, {-1, false, 0, 0, 1});
+  vornsim::fail_next(kDms, QMI_DMS_GET_DEVICE_REV_ID_REQ_V01, -1);
   EXPECT_EQ(vorn_device_pal_get_revid(revision, sizeof revision), -1);
   EXPECT_TRUE(vt::logged("qmi send message false erorr:-1\r\n"));
 
@@ -178,7 +177,7 @@ TEST_F(DeviceIdentity, SerialMakerAndModelComeThroughM2m) {
   EXPECT_STREQ(maker, "Vorn Wireless");
   ASSERT_EQ(vorn_device_pal_get_model(model, sizeof model), 0);
   EXPECT_EQ(std::string(model, 6), "VN5G-F") << "cut to the caller's size";
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_MODEL_NAME_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01, 0, 1});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_MODEL_NAME_REQ_V01, QMI_ERR_INTERNAL_V01);
   EXPECT_EQ(vorn_device_pal_get_model(model, sizeof model), -1);
   EXPECT_TRUE(vt::logged("Error, dms get modelid\n"));
   EXPECT_EQ(vorn_device_pal_get_mfr(nullptr, 1), -1);
@@ -201,12 +200,12 @@ TEST_F(DeviceIdentity, FactorySerialGoesOverDmsAtMost36Bytes) {
   EXPECT_EQ(vorn_device_pal_set_fsn(nullptr, 4), 3);
   EXPECT_EQ(vorn_device_pal_set_fsn("", 0), 3);
   EXPECT_EQ(count(kDms, QMI_DMS_SET_FACTORY_SERIAL_NUMBER_REQ_V01), 3u);
-  vornsim::set_fault(kDms, QMI_DMS_SET_FACTORY_SERIAL_NUMBER_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kDms, QMI_DMS_SET_FACTORY_SERIAL_NUMBER_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   EXPECT_EQ(vorn_device_pal_set_fsn("X", 1), -1);
 }
 
 TEST_F(DeviceIdentity, BandCapabilitiesMapLteBandsIntoFourWords) {
-  answer<dms_get_band_capability_resp_msg_v01>(kDms, QMI_DMS_GET_BAND_CAPABILITY_REQ_V01, [](auto &resp) {
+  vt::answer<dev::GetBandCapability>(kDms, [](auto &resp) {
     resp.band_capability = 0x380;
     const uint16_t bands[] = {1, 64, 65, 128, 129, 192, 193, 200, 256, 300};
     resp.supported_lte_bands_valid = 1;
@@ -224,7 +223,7 @@ TEST_F(DeviceIdentity, BandCapabilitiesMapLteBandsIntoFourWords) {
   for (uint64_t word : caps.reserved) EXPECT_EQ(word, 0u);
   EXPECT_TRUE(vt::logged("default lte test2[1] 64\r\n"));
 
-  vornsim::set_fault(kDms, QMI_DMS_GET_BAND_CAPABILITY_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kDms, QMI_DMS_GET_BAND_CAPABILITY_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   vorn_device_band_capabilities kept{};
   EXPECT_EQ(vorn_device_pal_get_band_capabilities(&kept), 0);
   EXPECT_EQ(std::memcmp(&kept, &caps, sizeof caps), 0) << "a failure keeps the cached value";
@@ -233,7 +232,7 @@ TEST_F(DeviceIdentity, BandCapabilitiesMapLteBandsIntoFourWords) {
 
 void project_name(const char *name) {
   std::remove("/tmp/vorn_project_name");
-  answer<vorn_m2m_project_name_resp_msg_v01>(kM2m, QMI_VORN_M2M_PROJECT_NAME_REQ_V01, [=](auto &resp) {
+  vt::answer<m2m::ProjectName>(kM2m, [=](auto &resp) {
     std::strcpy(resp.text, name);
     resp.len = static_cast<uint32_t>(std::strlen(name));
   });
@@ -268,7 +267,7 @@ TEST_F(DeviceIdentity, ProductNameIsCachedAndShownWithoutATrailing00) {
   EXPECT_EQ(std::string(prefix), a);
 
   project_name("X");
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_PROJECT_NAME_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_PROJECT_NAME_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   char out[64];
   EXPECT_EQ(vorn_device_pal_get_product_description(out, sizeof out), -1);
   EXPECT_TRUE(vt::logged("oem_m2m_pal_get_project_name fail.\n"));
@@ -300,7 +299,7 @@ TEST_F(DeviceIdentity, DataGetCollectsEveryValue) {
   EXPECT_EQ(data.operating_mode, 1u);
   EXPECT_EQ(data.valid, 1u);
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_MANUFACTURER_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_MANUFACTURER_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   EXPECT_EQ(vorn_device_pal_data_get(&data), 0) << "a failed value only logs";
   EXPECT_TRUE(vt::logged("Error, init to get mfr failed\r\n"));
 }

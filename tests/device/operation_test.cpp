@@ -39,7 +39,7 @@ TEST_F(DeviceOperation, OperatingModeOverDms) {
   ASSERT_EQ(vorn_device_pal_set_operating_mode(DMS_OP_MODE_RESETTING_V01), 0);
   EXPECT_EQ(modem_mode(), 0u);
 
-  vornsim::set_fault(kDms, QMI_DMS_GET_OPERATING_MODE_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01, 0, 1});
+  vornsim::refuse_next(kDms, QMI_DMS_GET_OPERATING_MODE_REQ_V01, QMI_ERR_INTERNAL_V01);
   uint32_t mode = 42;
   EXPECT_EQ(vorn_device_pal_get_operating_mode(&mode), 0);
   EXPECT_EQ(mode, 42u) << "a refused query leaves the caller's value";
@@ -47,8 +47,8 @@ TEST_F(DeviceOperation, OperatingModeOverDms) {
   EXPECT_EQ(vorn_device_pal_get_operating_mode(nullptr), -1);
   EXPECT_TRUE(vt::logged("Error, param pointer is NULL\r\n"));
 
-  vornsim::set_fault(kDms, QMI_DMS_SET_OPERATING_MODE_REQ_V01, {-3});
-  vornsim::set_fault(kDms, QMI_DMS_GET_OPERATING_MODE_REQ_V01, {-3});
+  vornsim::fail_next(kDms, QMI_DMS_SET_OPERATING_MODE_REQ_V01, -3, vornsim::kAll);
+  vornsim::fail_next(kDms, QMI_DMS_GET_OPERATING_MODE_REQ_V01, -3, vornsim::kAll);
   EXPECT_EQ(vorn_device_pal_set_operating_mode(1), -1);
   EXPECT_TRUE(vt::logged("qmi send message fail error:-3\r\n"));
   EXPECT_EQ(vorn_device_pal_get_operating_mode(&mode), -1);

@@ -42,7 +42,7 @@ TEST_F(M2mClient, EarlyInitMakesOneClientAndSwitchesOnEveryReport) {
   EXPECT_EQ(vornsim::counters().clients_live, 1);
   EXPECT_EQ(vorn_m2m_event_report_register(), 0);
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SET_EVENT_REPORT_REQ_V01, {0, true, 1});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_SET_EVENT_REPORT_REQ_V01, 1, vornsim::kAll);
   EXPECT_EQ(vorn_m2m_event_report_register(), -1);
   EXPECT_TRUE(vt::logged("qmi_m2m_event_report_register fail\r\n"));
 }
@@ -215,17 +215,15 @@ TEST_F(M2mClient, GuardsWhenTheClientCannotStart) {
 
 TEST_F(M2mClient, ThreeJudgementsOfARefusal) {
   ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
-  const vornsim::Fault refusal{0, true, QMI_ERR_INTERNAL_V01, 0, 1};
-  const vornsim::Fault timeout{QMI_TIMEOUT_ERR, false, 0, 0, 1};
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_GET_CFUN_REQ_V01, refusal);
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_GET_CFUN_REQ_V01, QMI_ERR_INTERNAL_V01);
   uint8_t cfun = 9;
   EXPECT_EQ(vorn_m2m_pal_get_cfun_mode(&cfun), -1) << "checked";
   EXPECT_EQ(cfun, 9);
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SET_UE_MODE_REQ_V01, refusal);
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_SET_UE_MODE_REQ_V01, QMI_ERR_INTERNAL_V01);
   EXPECT_EQ(vorn_m2m_pal_set_ue_mode(2), 0) << "transport only: a refusal is success";
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SET_UE_MODE_REQ_V01, timeout);
+  vornsim::fail_next(kM2m, QMI_VORN_M2M_SET_UE_MODE_REQ_V01, QMI_TIMEOUT_ERR);
   EXPECT_EQ(vorn_m2m_pal_set_ue_mode(2), QMI_TIMEOUT_ERR);
   uint8_t mode = 0xEE;
   EXPECT_EQ(vorn_m2m_pal_set_ue_mode(1), 0);
@@ -233,9 +231,9 @@ TEST_F(M2mClient, ThreeJudgementsOfARefusal) {
   EXPECT_EQ(vorn_m2m_pal_get_ue_mode(&mode), 0);
   EXPECT_EQ(mode, 1);
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01, refusal);
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01, QMI_ERR_INTERNAL_V01);
   EXPECT_EQ(vorn_m2m_pal_set_fsn("SN1", 3), -1) << "transport and result";
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01, timeout);
+  vornsim::fail_next(kM2m, QMI_VORN_M2M_SET_SN_REQ_V01, QMI_TIMEOUT_ERR);
   EXPECT_EQ(vorn_m2m_pal_set_fsn("SN1", 3), -1);
   EXPECT_TRUE(vt::logged("qmi send message fail rc = -3, error:0\r\n"));
   EXPECT_EQ(vorn_m2m_pal_set_fsn("SN1", 3), 0);

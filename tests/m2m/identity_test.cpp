@@ -9,21 +9,16 @@ using namespace m2mt;
 
 class M2mIdentity : public M2mTest {};
 
-template <class Resp>
-void answer(unsigned id, std::function<void(Resp &)> fill) {
-  vornsim::on(kM2m, id, vornsim::typed<uint8_t, Resp>([fill](const uint8_t &, Resp &resp) { fill(resp); }));
-}
-
 TEST_F(M2mIdentity, TextsArriveWhole) {
-  answer<vorn_m2m_model_name_resp_msg_v01>(QMI_VORN_M2M_MODEL_NAME_REQ_V01, [](auto &resp) {
+  vt::answer<m2m::ModelName>(kM2m, [](auto &resp) {
     std::memset(resp.text, 'M', sizeof resp.text);  // fills the field, no terminator
     resp.len = sizeof resp.text;
   });
-  answer<vorn_m2m_manufacturer_resp_msg_v01>(QMI_VORN_M2M_MANUFACTURER_REQ_V01, [](auto &resp) {
+  vt::answer<m2m::Manufacturer>(kM2m, [](auto &resp) {
     std::strcpy(resp.text, "Acme Modems");
     resp.len = 11;
   });
-  answer<vorn_m2m_get_subver_resp_msg_v01>(QMI_VORN_M2M_GET_SUBVER_RESP_V01, [](auto &resp) {
+  vt::answer<m2m::GetSubver>(kM2m, [](auto &resp) {
     std::strcpy(resp.modem, "MODEM-R01A02");
     std::strcpy(resp.cefs, "CEFS-07");
   });
@@ -49,7 +44,7 @@ TEST_F(M2mIdentity, TextsArriveWhole) {
 }
 
 TEST_F(M2mIdentity, ClockAndFunctionalityLevel) {
-  answer<vorn_m2m_get_cclk_time_resp_msg_v01>(QMI_VORN_M2M_GET_CCLK_TIME_REQ_V01, [](auto &resp) {
+  vt::answer<m2m::GetCclkTime>(kM2m, [](auto &resp) {
     resp.year = 2024;
     resp.month = 2;
     resp.day = 29;
@@ -129,7 +124,7 @@ TEST_F(M2mIdentity, SettingsTravelBothWays) {
 
 TEST_F(M2mIdentity, AntennaSinrAboveTheScaleReadsAsZero) {
   ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
-  answer<vorn_m2m_get_ant_sinr_resp_msg_v01>(QMI_VORN_M2M_GET_ANT_SINR_REQ_V01, [](auto &resp) {
+  vt::answer<m2m::GetAntSinr>(kM2m, [](auto &resp) {
     const uint8_t values[4] = {250, 251, 0, 255};
     std::memcpy(resp.ant_sinr, values, 4);
   });

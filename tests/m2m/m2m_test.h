@@ -1,5 +1,6 @@
-// Shared by the M2M tests: each test starts without a client and with every
-// log line recorded, and leaves no client behind.
+// The M2M family's fixture: each test starts without a client, on a fresh
+// modem, with every log line recorded, and leaves no client behind. Tests
+// that need the family started as a daemon starts it call start_family().
 #pragma once
 
 #include <cstdio>
@@ -10,11 +11,13 @@
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 #include <vornpal/qmi.h>
 
+#include "m2m/messages.h"
 #include "vornpal_test.h"
 
 namespace m2mt {
 
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
+namespace m2m = vorn::m2m;
+using vt::kM2m;
 
 class M2mTest : public ::testing::Test {
  protected:
@@ -26,8 +29,19 @@ class M2mTest : public ::testing::Test {
     vorn_set_log_level(0);
   }
   void TearDown() override {
+    // Indications still queued would outlive the modem's reset.
+    vornsim::drain();
     vorn_m2m_pal_deinit();
     vorn_set_log_level(1);
+  }
+  // vorn_m2m_pal_init, with the requests and log lines of the start forgotten.
+  static void start_family() {
+    ASSERT_EQ(vorn_m2m_pal_init(), 0);
+    forget_traffic();
+  }
+  static void forget_traffic() {
+    vornsim::clear_requests();
+    vornsim::clear_diag();
   }
 };
 
@@ -38,7 +52,7 @@ inline std::string path_of_len(size_t len) {
   return path;
 }
 
-inline size_t count(unsigned msg_id) { return vornsim::requests(kM2m, msg_id).size(); }
+inline size_t count(unsigned msg_id) { return vt::count(kM2m, msg_id); }
 
 inline std::string hex_of(const std::string &bytes) {
   std::string out;

@@ -1,91 +1,87 @@
-// Every request of the family reaches the modem with its message id, the
-// request and response sizes of the service and its time-out.
-#include <functional>
+// Every request of the family reaches the modem as the family's message
+// table describes it: the message's id, and the request and response sizes
+// and time-out that the service documents.
 #include <cstring>
-#include <map>
 #include <vector>
 
+#include <vornpal/network.h>
+
 #include "m2m_test.h"
+#include "message_rows.h"
 
 namespace {
 
 using namespace m2mt;
 
-struct Row {
-  const char *function;
-  std::function<int()> call;
-  unsigned id;
-  size_t request_size;  // 0: no request structure
-  size_t response_size;
-  unsigned timeout_ms;
-};
+using vt::row;
 
 char text[256];
 uint8_t byte_out;
 uint32_t words[4];
 const uint8_t kOneByte[1] = {1};
+m2m_ip_info ip;
+vorn_m2m_statis statis;
+vorn_network_info network;
+vorn_network_freqlock_info lock;
+const vorn_m2m_sms_ack kAck{};
 
-const Row kRows[] = {
-    {"get_uim_select", [] { return vorn_m2m_pal_get_uim_select(&byte_out); }, 3, 0, 12, 3000},
-    {"get_profile_active", [] { return vorn_m2m_pal_get_profile_active(1, &byte_out); }, 5, 1, 12, 3000},
-    {"event_report_register", [] { return vorn_m2m_event_report_register(); }, 6, 22, 8, 3000},
-    {"get_rmnet_active", [] { return vorn_m2m_pal_get_rmnet_active(words); }, 8, 0, 12, 3000},
-    {"get_ue_mode", [] { return vorn_m2m_pal_get_ue_mode(&byte_out); }, 10, 1, 12, 10000},
-    {"get_current_act", [] { return vorn_m2m_pal_get_current_act(&byte_out); }, 11, 1, 12, 3000},
-    {"create_wds_profile", [] { return vorn_m2m_pal_create_wds_profile(0, 2); }, 17, 2, 8, 3000},
-    {"read_nv_by_path", [] { uint32_t n; return vorn_m2m_pal_read_nv_by_path("/nv/item_files/odm/config0.ini", text, &n, 0); }, 19, 128, 512, 10000},
-    {"write_nv_by_path", [] { return vorn_m2m_pal_write_nv_by_path("/x", "v", 1); }, 20, 632, 8, 10000},
-    {"set_dhcpgw", [] { return vorn_m2m_pal_set_dhcpgw(1); }, 22, 1, 8, 3000},
-    {"get_cclk_time", [] { return vorn_m2m_pal_get_cclk_time(text, sizeof text); }, 23, 1, 16, 10000},
-    {"get_cfun_mode", [] { return vorn_m2m_pal_get_cfun_mode(&byte_out); }, 24, 0, 12, 3000},
-    {"get_sub_ver", [] { return vorn_m2m_pal_get_sub_ver(text, 64, text + 64, 64); }, 25, 1, 136, 3000},
-    {"set_wan_netmask", [] { return vorn_m2m_pal_set_wan_netmask(1, 2); }, 26, 8, 8, 3000},
-    {"get_wan_netmask", [] { return vorn_m2m_pal_get_wan_netmask(words, words + 1); }, 27, 0, 16, 3000},
-    {"read_nv_by_nvid", [] { return vorn_m2m_pal_read_nv_by_nvid(1, 0, reinterpret_cast<uint8_t *>(text)); }, 28, 136, 144, 10000},
-    {"read_nvstr_by_nvid", [] { return vorn_m2m_pal_read_nvstr_by_nvid(1, 0, text); }, 28, 136, 144, 10000},
-    {"write_nv_by_nvid", [] { return vorn_m2m_pal_write_nv_by_nvid(1, 1, kOneByte, 1); }, 28, 136, 144, 10000},
-    {"set_w_disable", [] { return vorn_m2m_pal_set_w_disable(0); }, 31, 1, 8, 10000},
-    {"get_manufacturer", [] { return vorn_m2m_pal_get_manufacturer(text); }, 33, 0, 140, 10000},
-    {"get_hw_version", [] { return vorn_m2m_pal_get_hw_version(text); }, 34, 1, 76, 10000},
-    {"get_model", [] { return vorn_m2m_pal_get_model(text); }, 35, 0, 44, 10000},
-    {"get_fsn", [] { return vorn_m2m_pal_get_fsn(text, 36); }, 36, 0, 48, 10000},
-    {"set_fsn", [] { return vorn_m2m_pal_set_fsn("SN", 2); }, 37, 40, 8, 10000},
-    {"set_ue_mode", [] { return vorn_m2m_pal_set_ue_mode(2); }, 38, 1, 8, 10000},
-    {"get_packet_report_event", [] { return vorn_m2m_pal_get_packet_report_event(words, words + 1); }, 39, 1, 16, 10000},
-    {"set_packet_report_event", [] { return vorn_m2m_pal_set_packet_report_event(1, 2); }, 40, 8, 8, 10000},
-    {"efs_rename", [] { return vorn_m2m_pal_efs_rename("/nv/item_files/odm/config0.ini", "/y"); }, 41, 256, 8, 10000},
-    {"otalog_rm", [] { return vorn_m2m_pal_otalog_rm(); }, 42, 1, 8, 10000},
-    {"get_ipv6_format", [] { return vorn_m2m_pal_get_ipv6_format(words); }, 43, 1, 24, 10000},
-    {"set_ipv6_format", [] { return vorn_m2m_pal_set_ipv6_format(words); }, 44, 16, 8, 10000},
-    {"set_thermal_mode", [] { return vorn_m2m_pal_set_thermal_mode(1); }, 54, 256, 8, 10000},
-    {"get_auth_mode", [] { return vorn_m2m_pal_get_auth_mode(text); }, 57, 1, 136, 3000},
-    {"scan_cell", [] { return vorn_m2m_pal_scan_cell(); }, 58, 1, 8, 10000},
-    {"set_cfun_mode", [] { return vorn_m2m_pal_set_cfun_mode(1); }, 59, 1, 8, 10000},
-    {"get_project_name", [] { return vorn_m2m_pal_get_project_name(text); }, 61, 0, 76, 10000},
-    {"set_apn", [] { return vorn_m2m_pal_set_apn(1, "internet"); }, 65, 36, 8, 3000},
-    {"get_ant_sinr", [] { return vorn_m2m_pal_get_ant_sinr(words); }, 66, 1, 12, 3000},
+const std::vector<vt::MessageRow> kRows = {
+    row<m2m::GetUimSelect>("get_uim_select", [] { return vorn_m2m_pal_get_uim_select(&byte_out); }, 0, 12, 3000),
+    row<m2m::GetProfileActive>("get_profile_active", [] { return vorn_m2m_pal_get_profile_active(1, &byte_out); }, 1, 12, 3000),
+    row<m2m::SetEventReport>("event_report_register", [] { return vorn_m2m_event_report_register(); }, 22, 8, 3000),
+    row<m2m::GetRmnetActive>("get_rmnet_active", [] { return vorn_m2m_pal_get_rmnet_active(words); }, 0, 12, 3000),
+    row<m2m::GetUeMode>("get_ue_mode", [] { return vorn_m2m_pal_get_ue_mode(&byte_out); }, 1, 12, 10000),
+    row<m2m::GetCurrentAct>("get_current_act", [] { return vorn_m2m_pal_get_current_act(&byte_out); }, 1, 12, 3000),
+    row<m2m::WdsCreateProfile>("create_wds_profile", [] { return vorn_m2m_pal_create_wds_profile(0, 2); }, 2, 8, 3000),
+    row<m2m::ReadNvItem>("read_nv_by_path", [] { uint32_t n; return vorn_m2m_pal_read_nv_by_path("/nv/item_files/odm/config0.ini", text, &n, 0); }, 128, 512, 10000),
+    row<m2m::WriteNvItem>("write_nv_by_path", [] { return vorn_m2m_pal_write_nv_by_path("/x", "v", 1); }, 632, 8, 10000),
+    row<m2m::SetDhcpGw>("set_dhcpgw", [] { return vorn_m2m_pal_set_dhcpgw(1); }, 1, 8, 3000),
+    row<m2m::GetCclkTime>("get_cclk_time", [] { return vorn_m2m_pal_get_cclk_time(text, sizeof text); }, 1, 16, 10000),
+    row<m2m::GetCfun>("get_cfun_mode", [] { return vorn_m2m_pal_get_cfun_mode(&byte_out); }, 0, 12, 3000),
+    row<m2m::GetSubver>("get_sub_ver", [] { return vorn_m2m_pal_get_sub_ver(text, 64, text + 64, 64); }, 1, 136, 3000),
+    row<m2m::SetDhcpNetmask>("set_wan_netmask", [] { return vorn_m2m_pal_set_wan_netmask(1, 2); }, 8, 8, 3000),
+    row<m2m::GetDhcpNetmask>("get_wan_netmask", [] { return vorn_m2m_pal_get_wan_netmask(words, words + 1); }, 0, 16, 3000),
+    row<m2m::Nvrw>("read_nv_by_nvid", [] { return vorn_m2m_pal_read_nv_by_nvid(1, 0, reinterpret_cast<uint8_t *>(text)); }, 136, 144, 10000),
+    row<m2m::Nvrw>("read_nvstr_by_nvid", [] { return vorn_m2m_pal_read_nvstr_by_nvid(1, 0, text); }, 136, 144, 10000),
+    row<m2m::Nvrw>("write_nv_by_nvid", [] { return vorn_m2m_pal_write_nv_by_nvid(1, 1, kOneByte, 1); }, 136, 144, 10000),
+    row<m2m::WDisable>("set_w_disable", [] { return vorn_m2m_pal_set_w_disable(0); }, 1, 8, 10000),
+    row<m2m::Manufacturer>("get_manufacturer", [] { return vorn_m2m_pal_get_manufacturer(text); }, 0, 140, 10000),
+    row<m2m::HwVersion>("get_hw_version", [] { return vorn_m2m_pal_get_hw_version(text); }, 1, 76, 10000),
+    row<m2m::ModelName>("get_model", [] { return vorn_m2m_pal_get_model(text); }, 0, 44, 10000),
+    row<m2m::GetSn>("get_fsn", [] { return vorn_m2m_pal_get_fsn(text, 36); }, 0, 48, 10000),
+    row<m2m::SetSn>("set_fsn", [] { return vorn_m2m_pal_set_fsn("SN", 2); }, 40, 8, 10000),
+    row<m2m::SetUeMode>("set_ue_mode", [] { return vorn_m2m_pal_set_ue_mode(2); }, 1, 8, 10000),
+    row<m2m::GetPacketReportEvent>("get_packet_report_event", [] { return vorn_m2m_pal_get_packet_report_event(words, words + 1); }, 1, 16, 10000),
+    row<m2m::SetPacketReportEvent>("set_packet_report_event", [] { return vorn_m2m_pal_set_packet_report_event(1, 2); }, 8, 8, 10000),
+    row<m2m::EfsRename>("efs_rename", [] { return vorn_m2m_pal_efs_rename("/nv/item_files/odm/config0.ini", "/y"); }, 256, 8, 10000),
+    row<m2m::OtalogRm>("otalog_rm", [] { return vorn_m2m_pal_otalog_rm(); }, 1, 8, 10000),
+    row<m2m::GetIpv6Format>("get_ipv6_format", [] { return vorn_m2m_pal_get_ipv6_format(words); }, 1, 24, 10000),
+    row<m2m::SetIpv6Format>("set_ipv6_format", [] { return vorn_m2m_pal_set_ipv6_format(words); }, 16, 8, 10000),
+    row<m2m::CopyNvItem>("set_thermal_mode", [] { return vorn_m2m_pal_set_thermal_mode(1); }, 256, 8, 10000),
+    row<m2m::GetAuthenticationMode>("get_auth_mode", [] { return vorn_m2m_pal_get_auth_mode(text); }, 1, 136, 3000),
+    row<m2m::ScanCell>("scan_cell", [] { return vorn_m2m_pal_scan_cell(); }, 1, 8, 10000),
+    row<m2m::SetCfunMode>("set_cfun_mode", [] { return vorn_m2m_pal_set_cfun_mode(1); }, 1, 8, 10000),
+    row<m2m::ProjectName>("get_project_name", [] { return vorn_m2m_pal_get_project_name(text); }, 0, 76, 10000),
+    row<m2m::SetPrfmod>("set_apn", [] { return vorn_m2m_pal_set_apn(1, "internet"); }, 36, 8, 3000),
+    row<m2m::GetAntSinr>("get_ant_sinr", [] { return vorn_m2m_pal_get_ant_sinr(words); }, 1, 12, 3000),
+    row<m2m::GetIp>("get_ip", [] { return vorn_m2m_pal_get_ip(1, &ip); }, 1, 252, 3000),
+    row<m2m::Sn>("get_sn", [] { return vorn_qmi_m2m_pal_get_sn(reinterpret_cast<uint8_t *>(text), words); }, 1, 28, 10000),
+    row<m2m::SmsPduAck>("send_sms_pdu_ack", [] { return vorn_m2m_send_sms_pdu_ack(&kAck); }, 276, 8, 3000),
+    row<m2m::Imei>("read_imei", [] { return vorn_m2m_pal_read_imei(text, text + 64); }, 65, 76, 10000),
+    row<m2m::BackupDeviceData>("backup_device_data", [] { return vorn_m2m_pal_backup_device_data(); }, 1, 8, 10000),
+    row<m2m::GetCaInfo>("get_cainfo", [] { return vorn_m2m_pal_get_cainfo(&network); }, 1, 532, 3000),
+    row<m2m::GetSigInfo>("get_cell_sig_info", [] { return vorn_m2m_pal_get_cell_sig_info(0, &network); }, 1, 20, 3000),
+    row<m2m::GetStatis>("get_statis_cfg", [] { return vorn_m2m_pal_get_statis_cfg(&statis); }, 0, 56, 3000),
+    row<m2m::SetCellLockExt>("set_cell_lock_ext_info", [] { return vorn_m2m_pal_set_cell_lock_ext_info(&lock); }, 404, 8, 3000),
+    row<m2m::GetCellLockExt>("get_cell_lock_ext_info", [] { return vorn_m2m_pal_get_cell_lock_ext_info(&lock); }, 1, 412, 3000),
+    row<m2m::GetCellInfoExt>("get_cell_info_ext", [] { return vorn_m2m_pal_get_cell_info_ext(&network); }, 1, 84, 3000),
 };
 
 class M2mMessages : public M2mTest {};
 
 TEST_F(M2mMessages, EachRequestHasItsIdSizesAndTimeout) {
   ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
-  for (const Row &row : kRows) {
-    SCOPED_TRACE(row.function);
-    vornsim::clear_requests();
-    size_t response_size = 0;
-    vornsim::on(kM2m, row.id, [&](const vornsim::Request &, void *, size_t resp_len) {
-      response_size = resp_len;
-      return 0;
-    });
-    EXPECT_EQ(row.call(), 0);
-    auto sent = vornsim::requests();
-    ASSERT_EQ(sent.size(), 1u);
-    EXPECT_EQ(sent[0].msg_id, row.id);
-    EXPECT_EQ(sent[0].bytes.size(), row.request_size);
-    EXPECT_EQ(response_size, row.response_size);
-    EXPECT_EQ(sent[0].timeout_ms, row.timeout_ms);
-  }
+  vt::expect_messages(kM2m, kRows);
 }
 
 TEST_F(M2mMessages, FixedResultFunctionsTouchNothing) {

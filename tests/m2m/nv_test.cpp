@@ -92,7 +92,7 @@ TEST_F(M2mNv, FailedReadLeavesTheOutputsAlone) {
       "Sending QMI_VORN_M2M_READ_NV_ITEM_REQ_V01 failed: rc=0 (), resp.result=1.[0x01], "
       "resp.error=16.[0x10]\n"));
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_WRITE_NV_ITEM_REQ_V01, {QMI_TIMEOUT_ERR});
+  vornsim::fail_next(kM2m, QMI_VORN_M2M_WRITE_NV_ITEM_REQ_V01, QMI_TIMEOUT_ERR, vornsim::kAll);
   EXPECT_EQ(vorn_m2m_pal_write_nv_by_path("/nv/item_files/x", "v", 1), -1);
 }
 
@@ -123,7 +123,7 @@ TEST_F(M2mNv, RenameMovesAsideAndCountsARefusalAsSuccess) {
   EXPECT_EQ(read_item("/nv/item_files/odm/item_del", 0), "old");
   EXPECT_FALSE(vt::logged("EFS file rename failed! qmi_err:0\n"));
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_EFS_RENAME_REQ_V01, {QMI_SERVICE_ERR, false, 0, 0, 1});
+  vornsim::fail_next(kM2m, QMI_VORN_M2M_EFS_RENAME_REQ_V01, QMI_SERVICE_ERR);
   EXPECT_EQ(vorn_m2m_pal_efs_rename("/a", "/b"), QMI_SERVICE_ERR);
   EXPECT_TRUE(vt::logged("EFS file rename failed! qmi_err:-2\n"));
 
@@ -161,7 +161,7 @@ TEST_F(M2mNv, ItemsByNumber) {
   uint8_t untouched[4] = {'u', 'u', 'u', 'u'};
   EXPECT_EQ(vorn_m2m_pal_read_nv_by_nvid(551, 0, untouched), 0) << "no such item";
   EXPECT_EQ(untouched[0], 'u');
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_NVRW_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01, 0, 1});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_NVRW_REQ_V01, QMI_ERR_INTERNAL_V01);
   EXPECT_EQ(vorn_m2m_pal_read_nv_by_nvid(550, 0, hex), -1);
   EXPECT_TRUE(vt::logged("send qmi failed.\n"));
 

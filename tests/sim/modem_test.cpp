@@ -61,7 +61,7 @@ class ModemTest : public ::testing::Test {
 
 TEST_F(ModemTest, LateAnswerTimesOutAndIsDropped) {
   echo_handler(19);
-  vornsim::set_fault(Svc::M2M, 19, vornsim::Fault{0, false, 0, 5000, 1});
+  vornsim::delay_next(Svc::M2M, 19, 5000);
   uint32_t request = 77;
   Resp resp{9, 9, 9};
   EXPECT_EQ(qmi_client_send_msg_sync(handle, 19, &request, sizeof request, &resp, sizeof resp, 3000),
@@ -78,9 +78,9 @@ TEST_F(ModemTest, FaultsGiveTransportCodesAndRefusals) {
   echo_handler(20);
   Resp resp{};
   uint32_t request = 5;
-  vornsim::set_fault(Svc::M2M, 20, vornsim::Fault{QMI_SERVICE_ERR, false, 0, 0, 1});
+  vornsim::fail_next(Svc::M2M, 20, QMI_SERVICE_ERR);
   EXPECT_EQ(qmi_client_send_msg_sync(handle, 20, &request, 4, &resp, sizeof resp, 3000), QMI_SERVICE_ERR);
-  vornsim::set_fault(Svc::M2M, 20, vornsim::Fault{0, true, 0x1A, 0, 1});
+  vornsim::refuse_next(Svc::M2M, 20, 0x1A);
   EXPECT_EQ(qmi_client_send_msg_sync(handle, 20, &request, 4, &resp, sizeof resp, 3000), 0);
   EXPECT_EQ(resp.result, 1u);
   EXPECT_EQ(resp.error, 0x1Au);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <mutex>
+#include <vector>
 
 namespace gref {
 namespace {
@@ -40,29 +41,17 @@ Coding coding_of(GSM_Coding_Type coding) {
 
 }  // namespace
 
+// gammu's own encoder, so that the library's texts are checked against an
+// independent one.
 std::string utf8(const std::u16string &text) {
-  std::string out;
+  std::vector<unsigned char> units(2 * text.size() + 2, 0);
   for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size())
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | c >> 6);
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | c >> 12);
-      out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | c >> 18);
-      out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
-      out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
+    units[2 * i] = static_cast<unsigned char>(text[i] >> 8);
+    units[2 * i + 1] = static_cast<unsigned char>(text[i] & 0xFF);
   }
-  return out;
+  std::vector<char> out(4 * text.size() + 1, 0);
+  EncodeUTF8(out.data(), units.data());
+  return out.data();
 }
 
 bool decode_raw(const Bytes &pdu, GSM_SMSMessage &sms) {

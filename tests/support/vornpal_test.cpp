@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
@@ -92,6 +93,32 @@ ConsoleCapture::~ConsoleCapture() { set_print_interface(nullptr); }
 std::vector<std::string> ConsoleCapture::lines() const {
   std::lock_guard<std::mutex> lock(console_mutex);
   return console_lines;
+}
+
+bool eventually(const std::function<bool()> &done, int ms) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+void Events::record(int id, void *data, int size, void *user) {
+  auto *self = static_cast<Events *>(user);
+  auto *bytes = static_cast<const uint8_t *>(data);
+  std::lock_guard<std::mutex> lock(self->mutex);
+  self->list.push_back({id,
+                        data != nullptr ? std::vector<uint8_t>(bytes, bytes + size)
+                                        : std::vector<uint8_t>(),
+                        size, data != nullptr, vornsim::on_modem_thread(),
+                        std::this_thread::get_id()});
+}
+
+std::vector<Events::Event> Events::taken() {
+  vornsim::drain();
+  std::lock_guard<std::mutex> lock(mutex);
+  return list;
 }
 
 bool emulated() { return std::getenv("VORNPAL_EMULATED") != nullptr; }

@@ -5,12 +5,62 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <vornsim/sim.h>
 
 namespace vt {
+
+// ---- the modem -----------------------------------------------------------------
+
+constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
+constexpr vornsim::Svc kDms = vornsim::Svc::DMS;
+
+// Requests of one message that reached the modem.
+inline size_t count(vornsim::Svc svc, unsigned msg_id) {
+  return vornsim::requests(svc, msg_id).size();
+}
+
+// Answers message Msg of a library table (src/<family>/messages.h) with
+// fn(request, response); the response starts zeroed.
+template <class Msg>
+void serve(vornsim::Svc svc, std::function<void(const typename Msg::Req &, typename Msg::Resp &)> fn) {
+  vornsim::on(svc, Msg::id, vornsim::typed<typename Msg::Req, typename Msg::Resp>(std::move(fn)));
+}
+
+// Answers message Msg with a response filled by `fill`, whatever the request.
+template <class Msg>
+void answer(vornsim::Svc svc, std::function<void(typename Msg::Resp &)> fill) {
+  serve<Msg>(svc, [fill](const typename Msg::Req &, typename Msg::Resp &resp) { fill(resp); });
+}
+
+// Waits (real time) until `done` holds; false after `ms`.
+bool eventually(const std::function<bool()> &done, int ms = 5000);
+
+// The events a family's callback received, with the thread each ran on.
+struct Events {
+  struct Event {
+    int id;
+    std::vector<uint8_t> data;
+    int size;
+    bool had_data;
+    bool on_modem_thread;
+    std::thread::id thread;
+  };
+  // The callback: register it with `this` as the user data.
+  static void record(int id, void *data, int size, void *user);
+  // Everything so far, once the modem delivered what it had queued.
+  std::vector<Event> taken();
+
+  std::mutex mutex;
+  std::vector<Event> list;
+};
 
 // Whole file, or "" when it cannot be read.
 std::string read_file(const std::string &path);

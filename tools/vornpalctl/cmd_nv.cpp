@@ -1,5 +1,5 @@
-// NV items and EFS files of the modem: by path and by number, and the list
-// of what the simulated modem's store holds.
+// NV items and EFS files of the modem: by path and by number. (What the
+// simulated modem's store holds: "nv list" in cmd_modem.cpp.)
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -8,26 +8,12 @@
 #include <vector>
 
 #include <vornpal/m2m.h>
-#include <vornsim/sim.h>
 
 #include "ctl.h"
 
 namespace {
 
-constexpr const char kModemStore[] = "/vornsim";
-
-bool parse_hex(const std::string &text, std::string &bytes) {
-  if (text.size() % 2 != 0) return false;
-  bytes.clear();
-  for (size_t i = 0; i < text.size(); i += 2) {
-    char pair[3] = {text[i], text[i + 1], '\0'};
-    char *end = nullptr;
-    unsigned long value = std::strtoul(pair, &end, 16);
-    if (end != pair + 2) return false;
-    bytes += static_cast<char>(value);
-  }
-  return true;
-}
+using ctl::parse_hex;
 
 bool parse_word(const std::string &text, uint32_t &word) {
   long long value = 0;
@@ -101,23 +87,6 @@ int nv_rename(const ctl::Args &args, ctl::Output &out) {
   return 0;
 }
 
-// The store is the modem's own: it is read from the state that the
-// simulated modem saves, one "efs HEXPATH HEXDATA" line an item.
-int nv_list(const ctl::Args &, ctl::Output &out) {
-  vornsim::save_state(kModemStore);
-  std::ifstream in(std::string(kModemStore) + "/m2m");
-  std::string line;
-  while (std::getline(in, line)) {
-    std::istringstream fields(line);
-    std::string kind, path_hex, data_hex, path, data;
-    fields >> kind >> path_hex >> data_hex;
-    if (kind != "efs" || !parse_hex(path_hex, path)) continue;
-    if (data_hex == "-") data_hex.clear();
-    out.line(path + "  (" + std::to_string(data_hex.size() / 2) + " bytes)");
-  }
-  return 0;
-}
-
 int nv_read_id(const ctl::Args &args, ctl::Output &out) {
   uint32_t word0 = 0, word1 = 0;
   if (args.size() < 2 || !parse_word(args[0], word0) || !parse_word(args[1], word1))
@@ -155,7 +124,6 @@ ctl::Registrar reg({
     {"nv write", "PATH (--hex HEX | --file F)", "write an NV item or EFS file (500 bytes at most)",
      nv_write},
     {"nv rename", "OLD NEW", "rename an EFS file (NEW = OLD_del deletes it)", nv_rename},
-    {"nv list", "", "the items of the simulated modem's store", nv_list},
     {"nv read-id", "WORD0 WORD1 [--text]", "read an NV item by number (simulator: WORD1 0)",
      nv_read_id},
     {"nv write-id", "WORD0 WORD1 HEX", "write an NV item by number (simulator: WORD1 1)",

@@ -10,66 +10,13 @@
 #include <vornpal/sms_codec.h>
 
 #include "ctl.h"
+#include "sms/unicode.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
 // --- text ----------------------------------------------------------------------
-
-std::vector<uint32_t> code_points(const std::string &utf8) {
-  std::vector<uint32_t> out;
-  for (size_t i = 0; i < utf8.size();) {
-    auto lead = static_cast<uint8_t>(utf8[i]);
-    int extra = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-    uint32_t c = extra == 0 ? lead : lead & (0x3F >> extra);
-    for (int k = 1; k <= extra && i + k < utf8.size(); ++k)
-      c = c << 6 | (static_cast<uint8_t>(utf8[i + k]) & 0x3F);
-    out.push_back(c);
-    i += static_cast<size_t>(extra) + 1;
-  }
-  return out;
-}
-
-std::string to_utf8(uint32_t c) {
-  std::string out;
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | c >> 6);
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | c >> 12);
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | c >> 18);
-    out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-  return out;
-}
-
-// UTF-16 units of a code point.
-std::vector<uint16_t> utf16(uint32_t c) {
-  if (c < 0x10000) return {static_cast<uint16_t>(c)};
-  c -= 0x10000;
-  return {static_cast<uint16_t>(0xD800 + (c >> 10)), static_cast<uint16_t>(0xDC00 + (c & 0x3FF))};
-}
-
-std::string utf16_to_utf8(const uint8_t *octets, size_t length) {
-  std::string out;
-  for (size_t i = 0; i + 1 < length; i += 2) {
-    uint32_t c = static_cast<uint32_t>(octets[i] << 8 | octets[i + 1]);
-    if (c >= 0xD800 && c < 0xDC00 && i + 3 < length) {
-      c = 0x10000 + ((c - 0xD800) << 10) + ((octets[i + 2] << 8 | octets[i + 3]) - 0xDC00u);
-      i += 2;
-    }
-    out += to_utf8(c);
-  }
-  return out;
-}
 
 bool unhex(const std::string &text, Bytes &out) {
   if (text.size() % 2 != 0) return false;
@@ -92,7 +39,7 @@ std::string septets_to_utf8(const uint8_t *septets, size_t count) {
     return "";
   Bytes octets;
   unhex(ucs2.data(), octets);
-  return utf16_to_utf8(octets.data(), octets.size());
+  return vorn::sms::utf16be_to_utf8(octets.data(), octets.size());
 }
 
 // --- encoding ----------------------------------------------------------------------
@@ -121,9 +68,9 @@ std::vector<Unit> units_of(const std::string &text, Alphabet &alphabet) {
     for (size_t i = 0; i + 1 < text.size(); i += 2) units.push_back({text.substr(i, 2), 1});
     return units;
   }
-  for (uint32_t c : code_points(text)) {
+  for (uint32_t c : vorn::sms::code_points(text)) {
     std::string hex;
-    for (uint16_t u : utf16(c)) {
+    for (uint16_t u : vorn::sms::utf16_units(c)) {
       char unit[5];
       std::snprintf(unit, sizeof unit, "%04X", u);
       hex += unit;
@@ -404,7 +351,7 @@ std::string header_text(const sms_udh_element &e) {
 
 std::string user_text(const sms_dcs_record &dcs, const sms_user_data_record &ud) {
   if (dcs.alphabet == SMS_ALPHABET_7BIT) return septets_to_utf8(ud.sm_data, ud.sm_len);
-  if (dcs.alphabet == SMS_ALPHABET_UCS2) return utf16_to_utf8(ud.sm_data, ud.sm_len);
+  if (dcs.alphabet == SMS_ALPHABET_UCS2) return vorn::sms::utf16be_to_utf8(ud.sm_data, ud.sm_len);
   return ctl::hex(ud.sm_data, ud.sm_len);
 }
 

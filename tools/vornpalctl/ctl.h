@@ -42,6 +42,9 @@ class Output {
 
 std::string json_string(const std::string &text);
 std::string hex(const void *data, size_t len);
+// Hexadecimal text (either case) to bytes; false for an odd length or a
+// character that is not a hex digit.
+bool parse_hex(const std::string &text, std::string &bytes);
 
 using Args = std::vector<std::string>;
 using Run = int (*)(const Args &args, Output &out);

@@ -1,24 +1,19 @@
-// vornpalctl: inspect and drive libvornpal from a shell. On a host it runs in
-// the sandbox against the simulated modem, with its state (the /data and
-// /tmp of the device, the modem's store) kept in a directory between runs.
-#include <link.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
+// vornpalctl: inspect and drive libvornpal from a shell. On the device it
+// is the developer's diagnostic tool; on a host (VORNPAL_CTL_HOST_MODEM) it
+// runs in the sandbox against the simulated modem (host_modem.h).
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #include <vornpal/log.h>
-#include <vornsim/sim.h>
 
 #include "ctl.h"
+#if VORNPAL_CTL_HOST_MODEM
+#include "host_modem.h"
+#endif
 
 namespace ctl {
 namespace {
@@ -33,20 +28,16 @@ std::vector<WatchSource> &sources() {
   return list;
 }
 
-constexpr const char kModemStore[] = "/vornsim";
-
-std::string default_state_dir() {
-  if (const char *dir = std::getenv("VORNPALCTL_STATE")) return dir;
-  if (const char *home = std::getenv("HOME")) return std::string(home) + "/.local/state/vornpalctl";
-  return ".vornpalctl";
-}
+#if VORNPAL_CTL_HOST_MODEM
+constexpr const char kUsage[] = "usage: vornpalctl [--json] [--state DIR] COMMAND [ARG]...\n\n";
+constexpr const char *kAbout = host::kAbout;
+#else
+constexpr const char kUsage[] = "usage: vornpalctl [--json] COMMAND [ARG]...\n\n";
+constexpr const char kAbout[] = "Drives libvornpal on this device.\n";
+#endif
 
 void print_help() {
-  std::printf(
-      "usage: vornpalctl [--json] [--state DIR] COMMAND [ARG]...\n\n"
-      "Drives libvornpal against the simulated modem. State (the device's /data and\n"
-      "/tmp, the modem's store) lives in DIR, by default $VORNPALCTL_STATE or\n"
-      "~/.local/state/vornpalctl.\n\ncommands:\n");
+  std::printf("%s%s\ncommands:\n", kUsage, kAbout);
   std::vector<Command> sorted = commands();
   std::stable_sort(sorted.begin(), sorted.end(),
                    [](const Command &a, const Command &b) { return std::strcmp(a.path, b.path) < 0; });
@@ -71,43 +62,6 @@ const Command *find(const Args &words, size_t &consumed) {
     }
   }
   return best;
-}
-
-// Directories of this program and of the libraries it loaded (libvornpal and
-// the simulated modem may live in a build tree that the sandbox would hide).
-std::set<std::string> loaded_dirs(const std::string &self) {
-  std::set<std::string> dirs = {self.substr(0, self.rfind('/'))};
-  dl_iterate_phdr(
-      [](dl_phdr_info *info, size_t, void *data) {
-        std::string path = info->dlpi_name != nullptr ? info->dlpi_name : "";
-        if (path.size() > 1 && path[0] == '/')
-          static_cast<std::set<std::string> *>(data)->insert(path.substr(0, path.rfind('/')));
-        return 0;
-      },
-      &dirs);
-  return dirs;
-}
-
-// Re-runs this program inside the sandbox with the state directory bound.
-int run_in_sandbox(char **argv, const std::string &state) {
-  char self[PATH_MAX];
-  ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return 1;
-  self[n] = '\0';
-  std::vector<std::string> args = {VORNPAL_SANDBOX_SCRIPT, "--state", state};
-  for (const std::string &dir : loaded_dirs(self)) {
-    args.emplace_back("--expose");
-    args.push_back(dir);
-  }
-  args.emplace_back("--");
-  args.emplace_back(self);
-  for (char **a = argv + 1; *a; ++a) args.emplace_back(*a);
-  std::vector<char *> cargs;
-  for (auto &a : args) cargs.push_back(a.data());
-  cargs.push_back(nullptr);
-  execv(cargs[0], cargs.data());
-  std::perror("vornpalctl: cannot start the sandbox");
-  return 1;
 }
 
 // Settings of the tool itself that the library keeps only in memory.
@@ -138,7 +92,7 @@ const std::vector<WatchSource> &watch_sources() { return sources(); }
 
 int main(int argc, char **argv) {
   bool json = false;
-  std::string state = ctl::default_state_dir();
+  std::string state;  // the host modem's state directory
   ctl::Args words;
   for (int i = 1; i < argc; ++i) {
     std::string arg = argv[i];
@@ -164,21 +118,15 @@ int main(int argc, char **argv) {
                  words[0].c_str());
     return 2;
   }
-  const char *sandboxed = std::getenv("VORNPAL_SANDBOX");
-  if (sandboxed == nullptr || std::strcmp(sandboxed, "1") != 0)
-    return ctl::run_in_sandbox(argv, state);
-
-  // What the device's boot would have made.
-  mkdir("/data/oem", 0755);
-  mkdir("/data/oem/logs", 0755);
-  vornsim::reset();
-  vornsim::load_state(ctl::kModemStore);
-  ctl::apply_saved_log_settings();
-  int rc;
-  {
+  auto run = [&] {
+    ctl::apply_saved_log_settings();
     ctl::Output out(json);
-    rc = command->run(ctl::Args(words.begin() + static_cast<long>(consumed), words.end()), out);
-  }
-  vornsim::save_state(ctl::kModemStore);
-  return rc;
+    return command->run(ctl::Args(words.begin() + static_cast<long>(consumed), words.end()), out);
+  };
+#if VORNPAL_CTL_HOST_MODEM
+  return ctl::host::run(argv, state, run);
+#else
+  (void)state;
+  return run();
+#endif
 }

@@ -27,6 +27,19 @@ std::string json_string(const std::string &text) {
   return out + "\"";
 }
 
+bool parse_hex(const std::string &text, std::string &bytes) {
+  if (text.size() % 2 != 0) return false;
+  bytes.clear();
+  for (size_t i = 0; i < text.size(); i += 2) {
+    char pair[3] = {text[i], text[i + 1], '\0'};
+    char *end = nullptr;
+    unsigned long value = std::strtoul(pair, &end, 16);
+    if (end != pair + 2) return false;
+    bytes += static_cast<char>(value);
+  }
+  return true;
+}
+
 std::string hex(const void *data, size_t len) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string out;

@@ -66,13 +66,21 @@ Handler typed(std::function<void(const Req &, Resp &)> fn) {
 // Sets the result and error words at the start of a response.
 void refuse(void *resp, size_t resp_len, uint32_t error);
 
-// A fault on one message. Applies to the next `count` requests (-1: all).
+// QMI_ERR_INTERNAL and the transport's time-out, the usual faults; a count
+// of every request from now on.
+constexpr uint32_t kInternalError = 3;
+constexpr int kTimeoutRc = -3;
+constexpr int kAll = -1;
+
+// A fault on one message. Applies to the next `count` requests (-1: all)
+// after the first `after` requests, which go through.
 struct Fault {
   int transport_rc = 0;     // nonzero: returned to the client, no response
   bool refuse = false;      // answer with result 1 and `error`, the handler is not run
   uint32_t error = 0;
   unsigned delay_ms = 0;    // the answer comes this late
   int count = -1;
+  int after = 0;
 };
 
 // --- the modem as a whole ---------------------------------------------------
@@ -95,6 +103,15 @@ void set_service_object_missing(Svc svc, bool missing);
 void on(Svc svc, unsigned msg_id, Handler handler);
 void set_fault(Svc svc, unsigned msg_id, const Fault &fault);
 void clear_faults();
+
+// The faults by name, on the next `count` requests of one message (-1: all):
+// the modem refuses them with `error` (its handler does not run); the
+// transport fails them with `rc` (-3 is the platform's time-out); or the
+// answers come `ms` modem milliseconds late (a time-out when that is longer
+// than the request's own).
+void refuse_next(Svc svc, unsigned msg_id, uint32_t error = kInternalError, int count = 1);
+void fail_next(Svc svc, unsigned msg_id, int rc = kTimeoutRc, int count = 1);
+void delay_next(Svc svc, unsigned msg_id, unsigned ms, int count = 1);
 // Decoding of this indication fails with `rc` (0 to stop failing).
 void set_decode_fault(Svc svc, unsigned msg_id, int rc);
 
@@ -151,18 +168,16 @@ int diag_init_calls();
 // --- service state modules --------------------------------------------------
 //
 // Each service with state of its own (NV store, calls, SIM, ...) registers a
-// module: reset() installs its default handlers on a fresh modem, save() and
-// load() keep its state in a directory so that several processes can share
-// one modem in turn.
+// module (sim/src/service_module.h): reset installs its default handlers on
+// a fresh modem, save and load keep its state in a directory so that
+// several processes can share one modem in turn.
 struct Module {
   const char *name;
-  void (*reset)();
-  void (*save)(const std::string &dir);
-  void (*load)(const std::string &dir);
+  std::function<void()> reset;
+  std::function<void(const std::string &dir)> save;
+  std::function<void(const std::string &dir)> load;
 };
-struct ModuleRegistrar {
-  explicit ModuleRegistrar(const Module &module);
-};
+void register_module(const Module &module);
 
 // State of every module to and from `dir`.
 void save_state(const std::string &dir);

@@ -13,31 +13,16 @@
 #include <thread>
 #include <vector>
 
-#include <vornpal/log.h>
-#include <vornpal/m2m.h>
+#include <vornpal/device.h>
 #include <vornpal/platform/device_management_service_v01.h>
-#include <vornpal/platform/vorn_m2m_service_v01.h>
 
-#include "vornpal_test.h"
+#include "device/messages.h"
+#include "m2m_test.h"
 
 namespace {
 
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
-
-struct Event {
-  int id;
-  std::vector<uint8_t> data;
-  bool on_modem_thread;
-};
-
-bool eventually(const std::function<bool()> &done, int ms = 5000) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
+using namespace m2mt;
+using vt::eventually;
 
 // Stack and detach state of the thread a handler of the modem runs on.
 struct ThreadShape {
@@ -64,40 +49,27 @@ void expect_worker_stack(size_t stack) {
 #endif
 }
 
-class M2mIndications : public ::testing::Test {
+class M2mIndications : public M2mTest {
  protected:
   void SetUp() override {
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(0);
+    M2mTest::SetUp();
     ASSERT_EQ(vorn_m2m_pal_init(), 0);
-    ASSERT_EQ(vorn_m2m_pal_event_register(record, this), 0);
-    vornsim::clear_requests();
-    vornsim::clear_diag();
+    ASSERT_EQ(vorn_m2m_pal_event_register(vt::Events::record, &events), 0);
+    forget_traffic();
   }
   void TearDown() override {
-    vornsim::drain();
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(1);
+    M2mTest::TearDown();
+    // The reboot worker's operating mode opens the device family's client.
+    vorn_device_pal_deinit();
   }
-  static void record(int id, void *data, int size, void *user) {
-    auto *self = static_cast<M2mIndications *>(user);
-    auto *bytes = static_cast<const uint8_t *>(data);
-    std::lock_guard<std::mutex> lock(self->mutex);
-    self->events.push_back({id, std::vector<uint8_t>(bytes, bytes + size), vornsim::on_modem_thread()});
-  }
-  std::vector<Event> taken() {
-    vornsim::drain();
-    std::lock_guard<std::mutex> lock(mutex);
-    return events;
-  }
+  std::vector<vt::Events::Event> taken() { return events.taken(); }
   static void unsolicited(const char *text) {
     vorn_m2m_event_report_ind_msg_v01 ind{};
     ind.unsol_atcmd_valid = 1;
     std::strncpy(ind.unsol_atcmd, text, sizeof ind.unsol_atcmd);
     vornsim::indicate(kM2m, QMI_VORN_M2M_EVENT_REPORT_IND_V01, ind);
   }
-  std::mutex mutex;
-  std::vector<Event> events;
+  vt::Events events;
 };
 
 TEST_F(M2mIndications, OneReportPostsEachPartInItsOrder) {
@@ -218,13 +190,10 @@ TEST_F(M2mIndications, CfunTextInAnyCaseRebootsFromADetachedWorker) {
   reboot_nodes();
   std::mutex shape_mutex;
   std::vector<std::pair<uint32_t, ThreadShape>> mode_requests;
-  vornsim::on(vornsim::Svc::DMS, QMI_DMS_SET_OPERATING_MODE_REQ_V01,
-              [&](const vornsim::Request &req, void *, size_t) {
-                std::lock_guard<std::mutex> lock(shape_mutex);
-                mode_requests.push_back({req.as<dms_set_operating_mode_req_msg_v01>().operating_mode,
-                                         ThreadShape::of_this_thread()});
-                return 0;
-              });
+  vt::serve<vorn::device::SetOperatingMode>(vt::kDms, [&](const auto &req, auto &) {
+    std::lock_guard<std::mutex> lock(shape_mutex);
+    mode_requests.push_back({req.operating_mode, ThreadShape::of_this_thread()});
+  });
   unsolicited("+CSQ: 20,99");
   unsolicited("+cfun: 1,1");
   ASSERT_TRUE(eventually([] { return vt::read_file("/dev/rebooterdev") == "SYS-REBOOT\n"; }));
@@ -247,14 +216,11 @@ TEST_F(M2mIndications, BackupTextCopiesTheIdentityFromAWorker) {
     std::remove(file);
   std::mutex shape_mutex;
   ThreadShape worker;
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_SN_REQ_V01, [&](const vornsim::Request &, void *resp, size_t) {
+  vt::answer<m2m::GetSn>(kM2m, [&](auto &answer) {
     std::lock_guard<std::mutex> lock(shape_mutex);
     worker = ThreadShape::of_this_thread();
-    vorn_m2m_get_sn_resp_msg_v01 answer{};
     std::strcpy(answer.text, "VN5G-BACKUP-7");
     answer.len = 13;
-    std::memcpy(resp, &answer, sizeof answer);
-    return 0;
   });
   unsolicited("+BACKUPRFNV");
   ASSERT_TRUE(eventually([] { return vt::read_file("/data/cfsn_bak") == "VN5G-BACKUP-7"; }));

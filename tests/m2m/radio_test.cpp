@@ -3,31 +3,19 @@
 #include <cstring>
 #include <vector>
 
-#include <vornpal/log.h>
-#include <vornpal/m2m.h>
 #include <vornpal/network.h>
-#include <vornpal/platform/vorn_m2m_service_v01.h>
 
-#include "vornpal_test.h"
+#include "m2m_test.h"
 
 namespace {
 
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
-using P = vorn_m2m_placeholder_req_msg_v01;
+using namespace m2mt;
 
-class M2mRadio : public ::testing::Test {
+class M2mRadio : public M2mTest {
  protected:
   void SetUp() override {
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(0);
-    ASSERT_EQ(vorn_m2m_pal_init(), 0);
-    vornsim::clear_requests();
-    vornsim::clear_diag();
-  }
-  void TearDown() override {
-    vornsim::drain();
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(1);
+    M2mTest::SetUp();
+    start_family();
   }
 };
 
@@ -40,7 +28,7 @@ vorn_network_info record_on(uint8_t access_tech) {
 }
 
 void refuse_next(unsigned msg_id) {
-  vornsim::set_fault(kM2m, msg_id, {0, true, QMI_ERR_INVALID_ARG_V01, 0, 1});
+  vornsim::refuse_next(kM2m, msg_id, QMI_ERR_INVALID_ARG_V01);
 }
 
 TEST_F(M2mRadio, CarrierAggregationCopiesTheCarriersWhole) {
@@ -58,14 +46,13 @@ TEST_F(M2mRadio, CarrierAggregationCopiesTheCarriersWhole) {
   EXPECT_EQ(info.access_tech, VORN_NETWORK_ACT_LTE) << "the rest of the record stays";
 
   // More secondary carriers than the record holds: the first ten, each whole.
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_CA_INFO_REQ_V01,
-              vornsim::typed<P, vorn_m2m_get_ca_info_resp_msg_v01>([](const P &, auto &resp) {
-                resp.ca_scc_list_len = 12;
-                for (unsigned i = 0; i < VORN_M2M_CA_SCC_MAX_V01; ++i) {
-                  resp.scc[i].band = 101 + i;
-                  resp.scc[i].info[41] = static_cast<uint8_t>(0xA0 + i);
-                }
-              }));
+  vt::answer<m2m::GetCaInfo>(kM2m, [](auto &resp) {
+    resp.ca_scc_list_len = 12;
+    for (unsigned i = 0; i < VORN_M2M_CA_SCC_MAX_V01; ++i) {
+      resp.scc[i].band = 101 + i;
+      resp.scc[i].info[41] = static_cast<uint8_t>(0xA0 + i);
+    }
+  });
   ASSERT_EQ(vorn_m2m_pal_get_cainfo(&info), 0);
   EXPECT_EQ(info.scc_count, VORN_NETWORK_SCC_MAX);
   EXPECT_EQ(info.scc[9].band, 110u);
@@ -81,13 +68,12 @@ TEST_F(M2mRadio, CarrierAggregationCopiesTheCarriersWhole) {
 
 // Distinct values for every byte of the answer.
 void distinct_link_values(uint8_t nr_valid) {
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_SIG_INFO_REQ_V01,
-              vornsim::typed<P, vorn_m2m_get_sig_info_resp_msg_v01>([nr_valid](const P &, auto &resp) {
-                resp.sig_info_valid = 1;
-                resp.lte_cqi = 1, resp.lte_ri = 2, resp.lte_dlrank = 3, resp.lte_dlmcs = 4, resp.lte_ulmcs = 5;
-                resp.nr_valid = nr_valid;
-                resp.nr_cqi = 11, resp.nr_ri = 12, resp.nr_dlrank = 13, resp.nr_dlmcs = 14, resp.nr_ulmcs = 15;
-              }));
+  vt::answer<m2m::GetSigInfo>(kM2m, [nr_valid](auto &resp) {
+    resp.sig_info_valid = 1;
+    resp.lte_cqi = 1, resp.lte_ri = 2, resp.lte_dlrank = 3, resp.lte_dlmcs = 4, resp.lte_ulmcs = 5;
+    resp.nr_valid = nr_valid;
+    resp.nr_cqi = 11, resp.nr_ri = 12, resp.nr_dlrank = 13, resp.nr_dlmcs = 14, resp.nr_ulmcs = 15;
+  });
 }
 
 std::vector<int> lte(const vorn_network_info &i) {
@@ -141,9 +127,7 @@ TEST_F(M2mRadio, LinkQualityGoesWhereTheServingRadioSays) {
 }
 
 TEST_F(M2mRadio, LinkQualityWithoutValuesOrWithARefusal) {
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_SIG_INFO_REQ_V01,
-              vornsim::typed<P, vorn_m2m_get_sig_info_resp_msg_v01>(
-                  [](const P &, auto &resp) { resp.lte_cqi = 9; }));
+  vt::answer<m2m::GetSigInfo>(kM2m, [](auto &resp) { resp.lte_cqi = 9; });
   vorn_network_info info = record_on(VORN_NETWORK_ACT_LTE);
   info.lte_cqi = 77;
   EXPECT_EQ(vorn_m2m_pal_get_cell_sig_info(0, &info), 0);
@@ -165,11 +149,10 @@ TEST_F(M2mRadio, GsmDetailsOnlyWhenTheModemHasThem) {
   EXPECT_EQ(info.cell_info_ext_valid, 0);
   EXPECT_EQ(info.cell_info_ext[0], 0x5A);
 
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_CELL_INFO_EXT_REQ_V01,
-              vornsim::typed<P, vorn_m2m_get_cell_info_ext_resp_msg_v01>([](const P &, auto &resp) {
-                resp.cell_info_ext_valid = 1;
-                for (size_t i = 0; i < sizeof resp.info; ++i) resp.info[i] = static_cast<uint8_t>(i);
-              }));
+  vt::answer<m2m::GetCellInfoExt>(kM2m, [](auto &resp) {
+    resp.cell_info_ext_valid = 1;
+    for (size_t i = 0; i < sizeof resp.info; ++i) resp.info[i] = static_cast<uint8_t>(i);
+  });
   ASSERT_EQ(vorn_m2m_pal_get_cell_info_ext(&info), 0);
   EXPECT_EQ(info.cell_info_ext_valid, 1);
   EXPECT_EQ(info.cell_info_ext[0], 0);
@@ -241,12 +224,11 @@ TEST_F(M2mRadio, NrCellLockGoesToTheModemAndComesBack) {
 }
 
 TEST_F(M2mRadio, LockListsFromTheModemThatTheRecordCannotTakeWhole) {
-  vornsim::on(kM2m, QMI_VORN_GET_CELL_LOCK_EXT_REQ_V01,
-              vornsim::typed<P, vorn_get_cell_lock_ext_resp_msg_v01>([](const P &, auto &resp) {
-                resp.lock.lock_valid = 1;
-                resp.lock.lock_count = VORN_M2M_CELL_LOCK_EXT_MAX_V01;
-                for (unsigned i = 0; i < VORN_M2M_CELL_LOCK_EXT_MAX_V01; ++i) resp.lock.entry[i].pci = 500 + i;
-              }));
+  vt::answer<m2m::GetCellLockExt>(kM2m, [](auto &resp) {
+    resp.lock.lock_valid = 1;
+    resp.lock.lock_count = VORN_M2M_CELL_LOCK_EXT_MAX_V01;
+    for (unsigned i = 0; i < VORN_M2M_CELL_LOCK_EXT_MAX_V01; ++i) resp.lock.entry[i].pci = 500 + i;
+  });
   vorn_network_freqlock_info read = nr_lock(0, 0, 0);
   ASSERT_EQ(vorn_m2m_pal_get_cell_lock_ext_info(&read), 0);
   EXPECT_EQ(read.nr_count, VORN_NETWORK_LOCK_NR_MAX);
@@ -254,11 +236,10 @@ TEST_F(M2mRadio, LockListsFromTheModemThatTheRecordCannotTakeWhole) {
   EXPECT_EQ(read.nr_cell[7].band, 78u) << "band and scs are not the service's";
 
   // A list that the modem does not mark valid counts as no lock.
-  vornsim::on(kM2m, QMI_VORN_GET_CELL_LOCK_EXT_REQ_V01,
-              vornsim::typed<P, vorn_get_cell_lock_ext_resp_msg_v01>([](const P &, auto &resp) {
-                resp.lock.lock_valid = 2;
-                resp.lock.lock_count = 3;
-              }));
+  vt::answer<m2m::GetCellLockExt>(kM2m, [](auto &resp) {
+    resp.lock.lock_valid = 2;
+    resp.lock.lock_count = 3;
+  });
   ASSERT_EQ(vorn_m2m_pal_get_cell_lock_ext_info(&read), 0);
   EXPECT_EQ(read.nr_count, 0);
   EXPECT_EQ(read.nr_cell[0].pci, 500) << "the cells stay as they were";

@@ -7,31 +7,19 @@
 #include <thread>
 #include <vector>
 
-#include <vornpal/log.h>
-#include <vornpal/m2m.h>
-#include <vornpal/platform/vorn_m2m_service_v01.h>
-
-#include "vornpal_test.h"
+#include "m2m_test.h"
 
 namespace {
 
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
+using namespace m2mt;
 using Clock = std::chrono::steady_clock;
 
-class M2mQueries : public ::testing::Test {
+class M2mQueries : public M2mTest {
  protected:
   void SetUp() override {
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(0);
-    ASSERT_EQ(vorn_m2m_pal_init(), 0);
+    M2mTest::SetUp();
     std::remove("/tmp/ipv6_only");
-    vornsim::clear_requests();
-    vornsim::clear_diag();
-  }
-  void TearDown() override {
-    vornsim::drain();
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(1);
+    start_family();
   }
 };
 
@@ -46,9 +34,7 @@ std::vector<vorn_m2m_rmnet_action_req_msg_v01> actions() {
 void silent_modem(std::atomic<uint32_t> &state) {
   vornsim::on(kM2m, QMI_VORN_M2M_RMNET_ACTION_REQ_V01,
               [](const vornsim::Request &, void *, size_t) { return 0; });
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_RMNET_ACTIVE_REQ_V01,
-              vornsim::typed<uint8_t, vorn_m2m_get_rmnet_active_resp_msg_v01>(
-                  [&state](const uint8_t &, auto &resp) { resp.active = state.load(); }));
+  vt::answer<m2m::GetRmnetActive>(kM2m, [&state](auto &resp) { resp.active = state.load(); });
 }
 
 TEST_F(M2mQueries, ConnectAndDisconnectAProfile) {
@@ -121,9 +107,7 @@ TEST_F(M2mQueries, WithoutAReportTheStateDecides) {
 TEST_F(M2mQueries, AConcurrentActionThatTakesTheReportFallsBackToTheState) {
   std::atomic<uint32_t> state{0};
   int second_result = 99;
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_RMNET_ACTIVE_REQ_V01,
-              vornsim::typed<uint8_t, vorn_m2m_get_rmnet_active_resp_msg_v01>(
-                  [&state](const uint8_t &, auto &resp) { resp.active = state.load(); }));
+  vt::answer<m2m::GetRmnetActive>(kM2m, [&state](auto &resp) { resp.active = state.load(); });
   // Each action reports its state; the first one's report is taken by a
   // second action that starts while the first is still being answered.
   vornsim::on(kM2m, QMI_VORN_M2M_RMNET_ACTION_REQ_V01, [&](const vornsim::Request &req, void *, size_t) {
@@ -148,18 +132,15 @@ TEST_F(M2mQueries, AConcurrentActionThatTakesTheReportFallsBackToTheState) {
 }
 
 TEST_F(M2mQueries, AddressesAndDnsAsText) {
-  vornsim::on(kM2m, QMI_VORN_M2M_GET_IP_REQ_V01,
-              vornsim::typed<vorn_m2m_get_ip_req_msg_v01, vorn_m2m_get_ip_resp_msg_v01>(
-                  [](const auto &, auto &resp) {
-                    const uint8_t address[16] = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
-                                                 0,    0,    0,    0,    0, 0, 0, 0x53};
-                    resp.ipv6_third_valid = 1;
-                    std::reverse_copy(address, address + 16, resp.ipv6_third);
-                    resp.ipv4_third_valid = 1;
-                    resp.ipv4_third = 0xC0A80101;
-                    std::memset(resp.ipv4_addr, 'a', sizeof resp.ipv4_addr);
-                    resp.ipv4_second_valid = 7;
-                  }));
+  vt::answer<m2m::GetIp>(kM2m, [](auto &resp) {
+    const uint8_t address[16] = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x53};
+    resp.ipv6_third_valid = 1;
+    std::reverse_copy(address, address + 16, resp.ipv6_third);
+    resp.ipv4_third_valid = 1;
+    resp.ipv4_third = 0xC0A80101;
+    std::memset(resp.ipv4_addr, 'a', sizeof resp.ipv4_addr);
+    resp.ipv4_second_valid = 7;
+  });
   m2m_ip_info ip{};
   ASSERT_EQ(vorn_m2m_pal_get_ip(2, &ip), 0);
   EXPECT_STREQ(ip.ipv6_third.text, "2001:db8::53") << "the modem's bytes come reversed";
@@ -194,7 +175,7 @@ TEST_F(M2mQueries, RegionalSwitchAndRoutingBehind) {
   ASSERT_EQ(vorn_m2m_pal_get_switchmode(&mode), 0);
   EXPECT_EQ(mode, 1);
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_COPY_NV_ITEM_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_COPY_NV_ITEM_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   EXPECT_EQ(vorn_m2m_pal_set_switchmode(0), -2);
   ASSERT_EQ(vorn_m2m_pal_get_switchmode(&mode), 0);
   EXPECT_EQ(mode, 1) << "no flag after a failed switch";
@@ -234,7 +215,7 @@ TEST_F(M2mQueries, SmsAcknowledgementWithAndWithoutAPdu) {
   EXPECT_EQ(vornsim::requests(kM2m, QMI_VORN_M2M_SMS_PDU_ACK_REQ_V01).size(), 2u);
   EXPECT_EQ(vorn_m2m_send_sms_pdu_ack(nullptr), -1);
   ack.pdu_len = 3;
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_SMS_PDU_ACK_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01});
+  vornsim::refuse_next(kM2m, QMI_VORN_M2M_SMS_PDU_ACK_REQ_V01, QMI_ERR_INTERNAL_V01, vornsim::kAll);
   EXPECT_EQ(vorn_m2m_send_sms_pdu_ack(&ack), -1);
   EXPECT_TRUE(vt::logged("QMI_VORN_M2M_SMS_PDU_ACK_REQ_V01 failed:0, result: 1, error: 3,transaction_id=77.\n"));
 }

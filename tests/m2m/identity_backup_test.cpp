@@ -14,13 +14,7 @@
 #include <string>
 #include <vector>
 
-#include <vornpal/log.h>
-#include <vornpal/m2m.h>
-#include <vornpal/platform/vorn_m2m_service_v01.h>
-
-#include <algorithm>
-
-#include "vornpal_test.h"
+#include "m2m_test.h"
 
 // The file system calls that order a backup's steps pass through here, so
 // that a test can stop the world before and after each one, as a power cut
@@ -83,7 +77,8 @@ extern "C" int fdatasync(int fd) {
 
 namespace {
 
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
+using namespace m2mt;
+
 const char *const kFiles[] = {"/data/imei", "/data/imei_bak", "/data/imei01",
                               "/data/imei01_bak", "/data/cfsn", "/data/cfsn_bak"};
 
@@ -94,40 +89,31 @@ struct ModemImeis {
   int writes = 0;
 
   void install() {
-    vornsim::on(kM2m, QMI_VORN_M2M_IMEI_REQ_V01,
-                vornsim::typed<vorn_m2m_imei_req_msg_v01, vorn_m2m_imei_resp_msg_v01>(
-                    [this](const auto &req, auto &resp) {
-                      std::lock_guard<std::mutex> lock(mutex);
-                      if (req.operation == 1) {
-                        ++writes;
-                        if (req.imei1[0] != '\0') imei1.assign(req.imei1, strnlen(req.imei1, 32));
-                        if (req.imei2[0] != '\0') imei2.assign(req.imei2, strnlen(req.imei2, 32));
-                        return;
-                      }
-                      resp.imei_valid = 1;
-                      std::memcpy(resp.imei1, imei1.data(), imei1.size());
-                      std::memcpy(resp.imei2, imei2.data(), imei2.size());
-                    }));
+    vt::serve<m2m::Imei>(kM2m, [this](const auto &req, auto &resp) {
+      std::lock_guard<std::mutex> lock(mutex);
+      if (req.operation == 1) {
+        ++writes;
+        if (req.imei1[0] != '\0') imei1.assign(req.imei1, strnlen(req.imei1, 32));
+        if (req.imei2[0] != '\0') imei2.assign(req.imei2, strnlen(req.imei2, 32));
+        return;
+      }
+      resp.imei_valid = 1;
+      std::memcpy(resp.imei1, imei1.data(), imei1.size());
+      std::memcpy(resp.imei2, imei2.data(), imei2.size());
+    });
   }
 };
 
-class IdentityBackup : public ::testing::Test {
+class IdentityBackup : public M2mTest {
  protected:
   void SetUp() override {
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(0);
+    M2mTest::SetUp();
     for (const char *file : kFiles) std::remove(file);
     modem.install();
-    vornsim::clear_requests();
-    vornsim::clear_diag();
-  }
-  void TearDown() override {
-    vorn_m2m_pal_deinit();
-    vorn_set_log_level(1);
   }
   // A modem that lost the serial number: the next query is refused.
   static void lose_serial() {
-    vornsim::set_fault(kM2m, QMI_VORN_M2M_GET_SN_REQ_V01, {0, true, QMI_ERR_INTERNAL_V01, 0, 1});
+    vornsim::refuse_next(kM2m, QMI_VORN_M2M_GET_SN_REQ_V01, QMI_ERR_INTERNAL_V01);
   }
   static std::string serial_in_modem() {
     char serial[37] = {};
@@ -169,7 +155,7 @@ TEST_F(IdentityBackup, ImeisReadAndWriteBothFields) {
   EXPECT_EQ(vorn_m2m_pal_read_imei(imei1, nullptr), -1);
   EXPECT_TRUE(vt::logged("Input param error!.\n"));
 
-  vornsim::set_fault(kM2m, QMI_VORN_M2M_IMEI_REQ_V01, {-1, false, 0, 0, 1});
+  vornsim::fail_next(kM2m, QMI_VORN_M2M_IMEI_REQ_V01, -1);
   EXPECT_EQ(vorn_m2m_pal_read_imei(imei1, imei2), -1);
   EXPECT_TRUE(vt::logged("send qmi failed.\n"));
 

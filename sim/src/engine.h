@@ -1,0 +1,112 @@
+// The engine of the simulated modem: its state (services, clients,
+// handlers, faults, recordings), the delivery thread that runs indications
+// and asynchronous answers, and the steps the platform's functions share.
+// Everything here is under Modem::mutex unless a name says otherwise.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <vornpal/platform/qmi_client.h>
+#include <vornsim/sim.h>
+
+struct qmi_idl_service_object {
+  vornsim::Svc svc;
+  uint32_t service_id;
+};
+
+struct qmi_client_struct {
+  vornsim::Svc svc;
+  bool notifier;
+  bool connected;  // false for a handle left by a failed qmi_client_init_instance
+  qmi_client_ind_cb ind_cb;
+  void *ind_cb_data;
+  qmi_client_os_params *os_params;
+};
+
+namespace vornsim {
+
+using Clock = std::chrono::steady_clock;
+using Key = std::pair<int, unsigned>;
+
+inline Key key(Svc svc, unsigned id) { return {static_cast<int>(svc), id}; }
+
+// The divisor of VORNPAL_TIME_SCALE, as the library uses it.
+uint32_t time_scale();
+// Modem milliseconds as a duration of the host's clock.
+Clock::duration scaled_ms(uint64_t ms);
+
+// One piece of work for the modem's delivery thread.
+struct Task {
+  Clock::time_point due;
+  uint64_t generation;
+  bool delivery;  // an indication or asynchronous answer (drain waits for these)
+  std::function<void()> run;
+};
+
+struct Modem {
+  std::mutex mutex;
+  std::condition_variable changed;  // services, signals, tasks
+  bool up[kServiceCount] = {true, true, true, true, true, true, true, true, true};
+  bool object_missing[kServiceCount] = {};
+  std::map<Key, Handler> handlers;
+  std::map<Key, Fault> faults;
+  std::map<Key, int> decode_faults;
+  std::vector<Request> requests;
+  std::set<qmi_client_struct *> clients;
+  int releases_failed = 0;
+  std::vector<unsigned> signal_waits;
+  std::vector<int> xports;
+  std::vector<std::string> accessor_calls;
+
+  // Delivery thread.
+  std::deque<Task> tasks;
+  uint64_t generation = 0;
+  int deliveries_pending = 0;
+  bool stopping = false;
+  std::thread thread;
+  std::thread::id thread_id;
+  std::vector<std::thread> late_answers;  // requests answered after their time-out
+
+  ~Modem();
+};
+
+Modem &modem();
+
+// Queues work for the delivery thread.
+void schedule_locked(Modem &m, Clock::duration delay, bool delivery, std::function<void()> run);
+// Marks the service up or down; bringing it up signals its notifiers.
+void set_up_locked(Modem &m, Svc svc, bool up);
+// Forgets the work and the records of the modem before a reset; waits for a
+// delivery that is running. Returns the late answers still to be joined.
+std::vector<std::thread> clear_locked(Modem &m, std::unique_lock<std::mutex> &lock);
+
+bool live_client_locked(Modem &m, qmi_client_type handle);
+qmi_client_struct *new_client_locked(Modem &m, Svc svc, bool notifier, bool connected,
+                                     qmi_client_ind_cb cb, void *data, qmi_client_os_params *os);
+// The handler of a request that reached a service that is up, and the
+// fault that applies to it (taking one use of the fault).
+std::pair<Handler, Fault> take_answer_locked(Modem &m, const Request &req);
+
+// Runs the message's handler (or the fault's refusal) into resp.
+int answer(const Handler &handler, const Fault &fault, const Request &req, void *resp,
+           size_t resp_len);
+
+// Records the accessor call and gives the service's object (null when a
+// test made it missing).
+qmi_idl_service_object_type service_object(Svc svc, int32_t major, int32_t minor, int32_t tool);
+
+// The diag sink's records, cleared with the modem.
+void reset_diag();
+
+}  // namespace vornsim
