@@ -178,6 +178,27 @@ qmi_idl_service_object_type service_object(Service service) {
   return v.accessor(v.major, v.minor, QMI_IDL_LIB_VERSION);
 }
 
+int try_init_instance(Service service, qmi_client_ind_cb ind_cb, void *ind_cb_data,
+                      unsigned timeout_ms, qmi_client_type &handle,
+                      const InstanceAttemptTexts &texts) {
+  qmi_idl_service_object_type object = service_object(service);
+  if (object == nullptr) {
+    VORN_LOG_AS(texts.function, VORN_ERR, "%s", texts.no_service_object);
+    return QMI_INTERNAL_ERR;
+  }
+  qmi_client_os_params os_params{};
+  int rc = qmi_client_init_instance(object, VORN_QMI_ANY_INSTANCE, ind_cb, ind_cb_data,
+                                    &os_params, timeout_ms, &handle);
+  if (rc == QMI_NO_ERR) return rc;
+  VORN_LOG_AS(texts.function, VORN_ERR, texts.failed, rc);
+  // The library sets the handle for some failures: it is ours to release.
+  if (handle != nullptr) {
+    qmi_client_release(handle);
+    handle = nullptr;
+  }
+  return rc;
+}
+
 }  // namespace vorn::qmi
 
 extern "C" {
