@@ -10,6 +10,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "foundation/abort_at.h"
 #include "foundation/clock.h"
 #include "foundation/containers.h"
 #include "foundation/log_site.h"
@@ -23,17 +24,10 @@ namespace {
 
 using vorn::containers::Hold;
 
-// The library's reaction to an exhausted heap where it cannot go on.
-[[noreturn]] void out_of_memory(int line) {
-  std::printf("%s, line: %d\n", __FILE__, line);
-  std::fflush(stdout);
-  std::abort();
-}
-
 template <class T>
 T *allocate_zeroed(size_t bytes, int line) {
   void *block = std::calloc(1, bytes);
-  if (block == nullptr) out_of_memory(line);
+  if (block == nullptr) vorn::abort_at(__FILE__, line);
   return static_cast<T *>(block);
 }
 
@@ -343,7 +337,7 @@ VORNPAL_API vorn_cmd_q_data *vorn_malloc_cmd_q_data(uint32_t cmd_type) {
   size_t bytes = payload_size(cmd_type);
   if (bytes == 0) {
     VORN_LOG(VORN_ERR, "Invalid CMD type: %d\n", static_cast<int>(cmd_type));
-    out_of_memory(__LINE__);
+    vorn::abort_at();
   }
   void *payload = allocate_zeroed<void>(bytes, __LINE__);
   auto *record = allocate_zeroed<vorn_cmd_q_data>(kRecord, __LINE__);
