@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr int kOpenFailed = 4;
-constexpr int kNvFailed = 7;
 constexpr size_t kWifiMacDigits = 12;
 constexpr size_t kWifiCommandSize = 128;
 // The read-back texts get this many bytes (the size of a pointer on the
@@ -55,7 +53,7 @@ int vorn_pal_read_node_int(const char *path, uint8_t *buffer, uint32_t size) {
   if (fd < 1) {
     if (fd == 0) ::close(fd);
     VORN_LOG(VORN_ERR, "open %s failed.\n", path);
-    return kOpenFailed;
+    return VORN_FILE_OPEN_FAILED;
   }
   int rc = 0;
   if (::read(fd, buffer, size) < 0) {
@@ -85,7 +83,7 @@ int read_mac_item(const char *item, uint8_t *out, uint32_t size) {
   uint32_t len = 0;
   if (vorn_m2m_pal_read_nv_by_path(item, data, &len, 0) < 0) {
     VORN_LOG(VORN_ERR, "con't read nv.");
-    return kNvFailed;
+    return VORN_FILE_WRITE_FAILED;  // a failed read of the item answers as a failed write
   }
   std::memcpy(out, data, std::min(size, len));
   return 0;
@@ -99,7 +97,7 @@ int write_mac_item(const char *item, const uint8_t *data, uint32_t length) {
   // More than an item holds never reaches the modem (nor aborts the daemon).
   if (length > VORN_M2M_ITEM_MAX || vorn_m2m_pal_write_nv_by_path(item, data, length) < 0) {
     VORN_LOG(VORN_ERR, "con't write nv.");
-    return kNvFailed;
+    return VORN_FILE_WRITE_FAILED;
   }
   return 0;
 }

@@ -240,7 +240,7 @@ VORNPAL_API int vorn_pal_event_register(list_type *event_list, vorn_pal_event_ca
                                         void *user_data) {
   if (event_list == nullptr || callback == nullptr) {
     VORN_LOG(VORN_ERR, "Error, callback pointer is NULL.\n");
-    return 3;
+    return VORN_INVALID_PARAM;
   }
   auto *node = allocate_zeroed<vorn_pal_event_node>(sizeof(vorn_pal_event_node), __LINE__);
   node->callback = callback;
@@ -255,7 +255,7 @@ VORNPAL_API int vorn_pal_event_register(list_type *event_list, vorn_pal_event_ca
 VORNPAL_API int vorn_pal_event_unregister(list_type *event_list, vorn_pal_event_callback callback) {
   if (event_list == nullptr || callback == nullptr) {
     VORN_LOG(VORN_ERR, "Error, callback pointer is NULL.\n");
-    return 3;
+    return VORN_INVALID_PARAM;
   }
   vorn::containers::ensure_ready(event_list);
   vorn_pal_event_node *found = nullptr;
