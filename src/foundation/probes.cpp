@@ -19,6 +19,7 @@
 #include <vornpal/process.h>
 #include <vornpal/system.h>
 
+#include "foundation/decimal_text.h"
 #include "foundation/log_site.h"
 #include "foundation/unique_fd.h"
 
@@ -88,14 +89,13 @@ VORNPAL_API int vorn_util_get_file_int_value(const char *path) {
 VORNPAL_API int vorn_util_set_file_int_value(const char *path, int value) {
   std::unique_ptr<FILE, FileCloser> file(open_int_file(path, "w"));
   if (!file) return VORN_FILE_WRITE_FAILED;
-  char text[16];
-  int len = std::snprintf(text, sizeof text, "%d", value);
-  size_t written = std::fwrite(text, 1, static_cast<size_t>(len), file.get());
+  vorn::DecimalText decimal(value);
+  size_t written = std::fwrite(decimal.text, 1, decimal.length, file.get());
   // The stream buffers: a full disk shows only when it is flushed.
-  if (written != static_cast<size_t>(len) || std::fflush(file.get()) != 0) {
+  if (written != decimal.length || std::fflush(file.get()) != 0) {
     int error = errno;
     VORN_LOG(VORN_ERR, "fwrite() failed, only [%d] written, total_len=[%d], reason=[%s]%d",
-             static_cast<int>(written), len, std::strerror(error), error);
+             static_cast<int>(written), static_cast<int>(decimal.length), std::strerror(error), error);
     return VORN_FILE_WRITE_FAILED;
   }
   return 0;
