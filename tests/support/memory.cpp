@@ -14,7 +14,8 @@
 #endif
 
 #ifdef VT_SANITIZED
-#include <sanitizer/allocator_interface.h>
+// The sanitizers' runtime has it; GCC ships no header for it.
+extern "C" size_t __sanitizer_get_current_allocated_bytes(void);
 #endif
 
 namespace vt {
