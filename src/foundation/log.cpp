@@ -160,17 +160,6 @@ void scan_vorn(const char *text, OnMatch on_match) {
   }
 }
 
-int log_vprintf(int level, char *buffer, const char *func, int line, const char *format,
-                va_list args) {
-  std::lock_guard<std::mutex> lock(trace_mutex);
-  if (level != -1 && level < log_level.load()) return 0;
-  init_diag_locked();
-  if (buffer != nullptr && format != nullptr) std::vsnprintf(buffer, VORN_LOG_MSG_BUF_SIZE, format, args);
-  if (log_tool_enable.load() != 0) return 1;
-  print_console_line(level, func, line, buffer);
-  return 0;
-}
-
 }  // namespace
 
 namespace vorn::log {
@@ -246,11 +235,18 @@ VORNPAL_API void set_print_interface(void (*print)(const char *line)) { print_in
 
 VORNPAL_API int vorn_log_printf(int level, char *buffer, const char *func, int line,
                                 const char *format, ...) {
-  va_list args;
-  va_start(args, format);
-  int to_diag = log_vprintf(level, buffer, func, line, format, args);
-  va_end(args);
-  return to_diag;
+  std::lock_guard<std::mutex> lock(trace_mutex);
+  if (level != -1 && level < log_level.load()) return 0;
+  init_diag_locked();
+  if (buffer != nullptr && format != nullptr) {
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(buffer, VORN_LOG_MSG_BUF_SIZE, format, args);
+    va_end(args);
+  }
+  if (log_tool_enable.load() != 0) return 1;
+  print_console_line(level, func, line, buffer);
+  return 0;
 }
 
 VORNPAL_API int oem_watch(const char *func, int line, const char *format, ...) {
