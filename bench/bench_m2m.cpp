@@ -1,5 +1,5 @@
 // NV items of 500 bytes through the library against the simulated modem's
-// raw round trip of the same messages.
+// raw round trip of the same messages, side by side (paired.h).
 //   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench --benchmark_filter=M2m
 #include <benchmark/benchmark.h>
 
@@ -12,16 +12,20 @@
 #include <vornpal/qmi.h>
 #include <vornsim/sim.h>
 
+#include "paired.h"
+
 namespace {
 
 constexpr const char kPath[] = "/nv/item_files/bench/item500";
 const std::string kItem(500, '\x5A');
 
-// A fresh modem holding the item, a started client, quiet logging.
+// A fresh modem holding the item and keeping no record of requests, a
+// started client, quiet logging.
 void fresh_modem() {
   vorn_m2m_pal_deinit();
   vornsim::reset();
   vornsim::set_diag_record(false);
+  vornsim::set_request_record(0);
   vorn_set_log_level(1);
   vorn_m2m_pal_write_nv_by_path(kPath, kItem.data(), 500);
 }
@@ -34,53 +38,52 @@ struct RawClient {
     vorn_qmi_register(&client, 1);
   }
   ~RawClient() { vorn_qmi_unregister(&client); }
+
+  template <class Req, class Resp>
+  void send(unsigned msg_id, Req &req) {
+    Resp resp;
+    benchmark::DoNotOptimize(
+        qmi_client_send_msg_sync(client.handle, msg_id, &req, sizeof req, &resp, sizeof resp, 10000));
+  }
 };
 
-void BM_M2mRawRead500(benchmark::State &state) {
+// Reads of the item by path, as raw data or as hex text, against the raw
+// read message.
+void BM_M2mReadByPath500VsRaw(benchmark::State &state) {
   fresh_modem();
   RawClient raw;
   vorn_m2m_read_nv_item_req_msg_v01 req{};
   std::strcpy(req.item_file_path, kPath);
-  for (auto _ : state) {
-    vorn_m2m_read_nv_item_resp_msg_v01 resp;
-    benchmark::DoNotOptimize(qmi_client_send_msg_sync(raw.client.handle,
-                                                      QMI_VORN_M2M_READ_NV_ITEM_REQ_V01, &req,
-                                                      sizeof req, &resp, sizeof resp, 10000));
-  }
+  const int hex_text = static_cast<int>(state.range(0));
+  char out[1000];
+  uint32_t len = 0;
+  bench::paired(
+      state, CLOCK_THREAD_CPUTIME_ID, 64,
+      [&] { benchmark::DoNotOptimize(vorn_m2m_pal_read_nv_by_path(kPath, out, &len, hex_text)); },
+      [&] {
+        raw.send<vorn_m2m_read_nv_item_req_msg_v01, vorn_m2m_read_nv_item_resp_msg_v01>(
+            QMI_VORN_M2M_READ_NV_ITEM_REQ_V01, req);
+      });
+  vorn_m2m_pal_deinit();
 }
-BENCHMARK(BM_M2mRawRead500);
+BENCHMARK(BM_M2mReadByPath500VsRaw)->ArgName("hex")->Arg(0)->Arg(1);
 
-void BM_M2mRawWrite500(benchmark::State &state) {
+void BM_M2mWriteByPath500VsRaw(benchmark::State &state) {
   fresh_modem();
   RawClient raw;
   vorn_m2m_write_nv_item_req_msg_v01 req{};
   std::strcpy(req.item_file_path, kPath);
   req.data_len = 500;
   std::memcpy(req.data, kItem.data(), 500);
-  for (auto _ : state) {
-    vorn_m2m_write_nv_item_resp_msg_v01 resp;
-    benchmark::DoNotOptimize(qmi_client_send_msg_sync(raw.client.handle,
-                                                      QMI_VORN_M2M_WRITE_NV_ITEM_REQ_V01, &req,
-                                                      sizeof req, &resp, sizeof resp, 10000));
-  }
-}
-BENCHMARK(BM_M2mRawWrite500);
-
-void BM_M2mReadByPath500(benchmark::State &state) {
-  fresh_modem();
-  const int hex_text = static_cast<int>(state.range(0));
-  char out[1000];
-  uint32_t len = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(vorn_m2m_pal_read_nv_by_path(kPath, out, &len, hex_text));
+  bench::paired(
+      state, CLOCK_THREAD_CPUTIME_ID, 64,
+      [&] { benchmark::DoNotOptimize(vorn_m2m_pal_write_nv_by_path(kPath, kItem.data(), 500)); },
+      [&] {
+        raw.send<vorn_m2m_write_nv_item_req_msg_v01, vorn_m2m_write_nv_item_resp_msg_v01>(
+            QMI_VORN_M2M_WRITE_NV_ITEM_REQ_V01, req);
+      });
   vorn_m2m_pal_deinit();
 }
-BENCHMARK(BM_M2mReadByPath500)->ArgName("hex")->Arg(0)->Arg(1);
-
-void BM_M2mWriteByPath500(benchmark::State &state) {
-  fresh_modem();
-  for (auto _ : state) benchmark::DoNotOptimize(vorn_m2m_pal_write_nv_by_path(kPath, kItem.data(), 500));
-  vorn_m2m_pal_deinit();
-}
-BENCHMARK(BM_M2mWriteByPath500);
+BENCHMARK(BM_M2mWriteByPath500VsRaw);
 
 }  // namespace

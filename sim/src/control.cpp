@@ -53,7 +53,7 @@ void reset() {
     m.handlers.clear();
     m.faults.clear();
     m.decode_faults.clear();
-    m.requests.clear();
+    m.requests.set_capacity(kRequestRecordDefault);
     m.releases_failed = 0;
     m.signal_waits.clear();
     m.xports.clear();
@@ -149,7 +149,7 @@ void set_decode_fault(Svc svc, unsigned msg_id, int rc) {
 std::vector<Request> requests() {
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
-  return m.requests;
+  return m.requests.items();
 }
 
 std::vector<Request> requests(Svc svc, std::optional<unsigned> msg_id) {
@@ -164,6 +164,18 @@ void clear_requests() {
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.requests.clear();
+}
+
+void set_request_record(size_t capacity) {
+  Modem &m = modem();
+  std::lock_guard<std::mutex> lock(m.mutex);
+  m.requests.set_capacity(capacity);
+}
+
+uint64_t requests_dropped() {
+  Modem &m = modem();
+  std::lock_guard<std::mutex> lock(m.mutex);
+  return m.requests.dropped();
 }
 
 void indicate(Svc svc, unsigned msg_id, const void *data, size_t len) {
@@ -208,9 +220,9 @@ Counters counters() {
   Counters c{};
   for (qmi_client_struct *client : m.clients) ++(client->notifier ? c.notifiers_live : c.clients_live);
   c.releases_failed = m.releases_failed;
-  c.signal_waits = m.signal_waits;
-  c.xports = m.xports;
-  c.accessor_calls = m.accessor_calls;
+  c.signal_waits = m.signal_waits.items();
+  c.xports = m.xports.items();
+  c.accessor_calls = m.accessor_calls.items();
   return c;
 }
 

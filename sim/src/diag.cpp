@@ -10,13 +10,14 @@
 #include <vornsim/sim.h>
 
 #include "engine.h"
+#include "ring.h"
 
 namespace vornsim {
 namespace {
 
 struct Diag {
   std::mutex mutex;
-  std::vector<DiagLine> lines;
+  Ring<DiagLine> lines{kDiagRecord};
   bool echo = std::getenv("VORNSIM_DIAG_ECHO") != nullptr;
   bool record = true;
   bool init_ok = true;
@@ -42,7 +43,7 @@ void reset_diag() {
 std::vector<DiagLine> diag_lines() {
   Diag &d = diag();
   std::lock_guard<std::mutex> lock(d.mutex);
-  return d.lines;
+  return d.lines.items();
 }
 
 void clear_diag() {
@@ -96,16 +97,24 @@ __attribute__((visibility("default"))) void msg_sprintf(const msg_const_type *co
   const char *func = va_arg(args, const char *);
   const char *text = va_arg(args, const char *);
   va_end(args);
-  DiagLine line{const_blk->desc.line, const_blk->desc.ss_id, const_blk->desc.ss_mask,
-                const_blk->fmt != nullptr ? const_blk->fmt : "",
-                const_blk->fname != nullptr ? const_blk->fname : "", pid,
-                func != nullptr ? func : "", text != nullptr ? text : ""};
+  auto or_empty = [](const char *s) { return s != nullptr ? s : ""; };
   Diag &d = diag();
   std::lock_guard<std::mutex> lock(d.mutex);
   if (d.echo)
-    std::fprintf(stderr, "diag %s:%d %s(): %s", line.file.c_str(), line.line, line.func.c_str(),
-                 line.text.c_str());
-  if (d.record) d.lines.push_back(std::move(line));
+    std::fprintf(stderr, "diag %s:%d %s(): %s", or_empty(const_blk->fname), const_blk->desc.line,
+                 or_empty(func), or_empty(text));
+  if (!d.record) return;
+  // Filled in place: the slot's strings keep their storage.
+  if (DiagLine *line = d.lines.next()) {
+    line->line = const_blk->desc.line;
+    line->ss_id = const_blk->desc.ss_id;
+    line->mask = const_blk->desc.ss_mask;
+    line->fmt = or_empty(const_blk->fmt);
+    line->file = or_empty(const_blk->fname);
+    line->pid = pid;
+    line->func = or_empty(func);
+    line->text = or_empty(text);
+  }
 }
 
 }  // extern "C"

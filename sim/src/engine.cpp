@@ -128,6 +128,10 @@ qmi_client_struct *new_client_locked(Modem &m, Svc svc, bool notifier, bool conn
   return client;
 }
 
+void record_locked(Modem &m, const Request &req) {
+  if (Request *slot = m.requests.next()) *slot = req;  // reuses the slot's storage
+}
+
 std::pair<Handler, Fault> take_answer_locked(Modem &m, const Request &req) {
   Fault fault = take_fault_locked(m, req.svc, req.msg_id);
   Handler handler;
@@ -155,7 +159,7 @@ qmi_idl_service_object_type service_object(Svc svc, int32_t major, int32_t minor
   std::lock_guard<std::mutex> lock(m.mutex);
   char call[64];
   std::snprintf(call, sizeof call, "%s %d.%d.%d", name(svc), major, minor, tool);
-  m.accessor_calls.push_back(call);
+  m.accessor_calls.push(call);
   return m.object_missing[static_cast<int>(svc)] ? nullptr : &g_objects[static_cast<int>(svc)];
 }
 

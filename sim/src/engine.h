@@ -20,6 +20,8 @@
 #include <vornpal/platform/qmi_client.h>
 #include <vornsim/sim.h>
 
+#include "ring.h"
+
 struct qmi_idl_service_object {
   vornsim::Svc svc;
   uint32_t service_id;
@@ -40,6 +42,9 @@ using Clock = std::chrono::steady_clock;
 using Key = std::pair<int, unsigned>;
 
 inline Key key(Svc svc, unsigned id) { return {static_cast<int>(svc), id}; }
+
+// Entries kept of each record of the clients' calls (Counters).
+constexpr size_t kCallRecord = 1024;
 
 // The divisor of VORNPAL_TIME_SCALE, as the library uses it.
 uint32_t time_scale();
@@ -62,12 +67,13 @@ struct Modem {
   std::map<Key, Handler> handlers;
   std::map<Key, Fault> faults;
   std::map<Key, int> decode_faults;
-  std::vector<Request> requests;
+  Ring<Request> requests{kRequestRecordDefault};
   std::set<qmi_client_struct *> clients;
   int releases_failed = 0;
-  std::vector<unsigned> signal_waits;
-  std::vector<int> xports;
-  std::vector<std::string> accessor_calls;
+  // What the clients did, kept like the requests: the last entries only.
+  Ring<unsigned> signal_waits{kCallRecord};
+  Ring<int> xports{kCallRecord};
+  Ring<std::string> accessor_calls{kCallRecord};
 
   // Delivery thread.
   std::deque<Task> tasks;
@@ -94,6 +100,8 @@ std::vector<std::thread> clear_locked(Modem &m, std::unique_lock<std::mutex> &lo
 bool live_client_locked(Modem &m, qmi_client_type handle);
 qmi_client_struct *new_client_locked(Modem &m, Svc svc, bool notifier, bool connected,
                                      qmi_client_ind_cb cb, void *data, qmi_client_os_params *os);
+// Keeps the request in the record.
+void record_locked(Modem &m, const Request &req);
 // The handler of a request that reached a service that is up, and the
 // fault that applies to it (taking one use of the fault).
 std::pair<Handler, Fault> take_answer_locked(Modem &m, const Request &req);

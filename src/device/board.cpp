@@ -17,34 +17,11 @@
 
 namespace {
 
-constexpr int kOpenFailed = 4;
-constexpr int kNvFailed = 7;
 constexpr size_t kWifiMacDigits = 12;
 constexpr size_t kWifiCommandSize = 128;
 // The read-back texts get this many bytes (the size of a pointer on the
 // target, which the Wi-Fi tools were written against).
 constexpr unsigned kWifiReadBackSize = 4;
-
-struct PowerNode {
-  const char *path;
-  const char *null_text;
-};
-
-// The capacity's null text is the temperature's: callers match on it.
-constexpr PowerNode kBatteryVol = {"/sys/class/power_supply/bms/voltage_now",
-                                   "input null pointer batt_vol\n"};
-constexpr PowerNode kBatteryTemp = {"/sys/class/power_supply/bms/temp",
-                                    "input null pointer batt_temp\n"};
-constexpr PowerNode kBatteryCapacity = {"/sys/class/power_supply/bms/capacity",
-                                        "input null pointer batt_temp\n"};
-constexpr PowerNode kChargerOnline = {"/sys/class/power_supply/charger/online",
-                                      "input null pointer chg_online\n"};
-constexpr PowerNode kChargeStatus = {"/sys/class/power_supply/charger/status",
-                                     "input null pointer chg_status\n"};
-constexpr PowerNode kChargerModel = {"/sys/class/power_supply/charger/model_name",
-                                     "input null pointer chg_model_name\n"};
-constexpr PowerNode kChargerPresent = {"/sys/class/power_supply/charger/present",
-                                       "input null pointer chg_state\n"};
 
 constexpr const char kEthMacItem[] = "/nv/item_files/odm/mac_addr";
 constexpr const char kBtMacItem[] = "/nv/item_files/odm/bt_mac_addr";
@@ -55,7 +32,7 @@ int vorn_pal_read_node_int(const char *path, uint8_t *buffer, uint32_t size) {
   if (fd < 1) {
     if (fd == 0) ::close(fd);
     VORN_LOG(VORN_ERR, "open %s failed.\n", path);
-    return kOpenFailed;
+    return VORN_FILE_OPEN_FAILED;
   }
   int rc = 0;
   if (::read(fd, buffer, size) < 0) {
@@ -66,13 +43,15 @@ int vorn_pal_read_node_int(const char *path, uint8_t *buffer, uint32_t size) {
   return rc;
 }
 
-int read_power_node(const PowerNode &node, uint8_t *buffer, uint32_t size) {
+// A battery or charger value: the node's raw text, or `null_text` logged
+// for a null buffer.
+int read_power_node(const char *path, const char *null_text, uint8_t *buffer, uint32_t size) {
   if (buffer == nullptr) {
-    VORN_LOG(VORN_ERR, "%s", node.null_text);
+    VORN_LOG(VORN_ERR, "%s", null_text);
     return -1;
   }
-  int rc = vorn_pal_read_node_int(node.path, buffer, size);
-  if (rc != 0) VORN_LOG(VORN_ERR, "oem read %s failed\n", node.path);
+  int rc = vorn_pal_read_node_int(path, buffer, size);
+  if (rc != 0) VORN_LOG(VORN_ERR, "oem read %s failed\n", path);
   return rc;
 }
 
@@ -85,7 +64,7 @@ int read_mac_item(const char *item, uint8_t *out, uint32_t size) {
   uint32_t len = 0;
   if (vorn_m2m_pal_read_nv_by_path(item, data, &len, 0) < 0) {
     VORN_LOG(VORN_ERR, "con't read nv.");
-    return kNvFailed;
+    return VORN_FILE_WRITE_FAILED;  // a failed read of the item answers as a failed write
   }
   std::memcpy(out, data, std::min(size, len));
   return 0;
@@ -99,7 +78,7 @@ int write_mac_item(const char *item, const uint8_t *data, uint32_t length) {
   // More than an item holds never reaches the modem (nor aborts the daemon).
   if (length > VORN_M2M_ITEM_MAX || vorn_m2m_pal_write_nv_by_path(item, data, length) < 0) {
     VORN_LOG(VORN_ERR, "con't write nv.");
-    return kNvFailed;
+    return VORN_FILE_WRITE_FAILED;
   }
   return 0;
 }
@@ -149,40 +128,39 @@ void read_back_wlan_macs(char *mac0, char *mac1) {
 
 extern "C" {
 
-VORNPAL_API int vorn_pal_get_battery_vol(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kBatteryVol, buffer, size);
-}
-VORNPAL_API int vorn_pal_get_battery_temp(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kBatteryTemp, buffer, size);
-}
-VORNPAL_API int vorn_pal_get_battery_vol_percent(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kBatteryCapacity, buffer, size);
-}
-VORNPAL_API int vorn_pal_get_charger_online(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kChargerOnline, buffer, size);
-}
-VORNPAL_API int vorn_pal_get_charge_status(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kChargeStatus, buffer, size);
-}
-VORNPAL_API int vorn_pal_get_charger_model_name(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kChargerModel, buffer, size);
-}
-VORNPAL_API int vorn_pal_ftm_charge_state(uint8_t *buffer, uint32_t size) {
-  return read_power_node(kChargerPresent, buffer, size);
-}
+// One exported reader per node.
+#define VORN_POWER_NODE(fn, path, null_text)               \
+  VORNPAL_API int fn(uint8_t *buffer, uint32_t size) {     \
+    return read_power_node(path, null_text, buffer, size); \
+  }
 
-VORNPAL_API int vorn_device_pal_get_mac_addr(uint8_t *out, uint32_t size) {
-  return read_mac_item(kEthMacItem, out, size);
-}
-VORNPAL_API int vorn_device_pal_set_mac_addr(const uint8_t *data, uint32_t length) {
-  return write_mac_item(kEthMacItem, data, length);
-}
-VORNPAL_API int vorn_device_pal_get_bt_mac_addr(uint8_t *out, uint32_t size) {
-  return read_mac_item(kBtMacItem, out, size);
-}
-VORNPAL_API int vorn_device_pal_set_bt_mac_addr(const uint8_t *data, uint32_t length) {
-  return write_mac_item(kBtMacItem, data, length);
-}
+VORN_POWER_NODE(vorn_pal_get_battery_vol, "/sys/class/power_supply/bms/voltage_now",
+                "input null pointer batt_vol\n")
+VORN_POWER_NODE(vorn_pal_get_battery_temp, "/sys/class/power_supply/bms/temp",
+                "input null pointer batt_temp\n")
+// The capacity's null text is the temperature's: callers match on it.
+VORN_POWER_NODE(vorn_pal_get_battery_vol_percent, "/sys/class/power_supply/bms/capacity",
+                "input null pointer batt_temp\n")
+VORN_POWER_NODE(vorn_pal_get_charger_online, "/sys/class/power_supply/charger/online",
+                "input null pointer chg_online\n")
+VORN_POWER_NODE(vorn_pal_get_charge_status, "/sys/class/power_supply/charger/status",
+                "input null pointer chg_status\n")
+VORN_POWER_NODE(vorn_pal_get_charger_model_name, "/sys/class/power_supply/charger/model_name",
+                "input null pointer chg_model_name\n")
+VORN_POWER_NODE(vorn_pal_ftm_charge_state, "/sys/class/power_supply/charger/present",
+                "input null pointer chg_state\n")
+
+// The exported reader and writer of one address kept by the modem.
+#define VORN_MAC_ITEM(get, set, item)                           \
+  VORNPAL_API int get(uint8_t *out, uint32_t size) {            \
+    return read_mac_item(item, out, size);                      \
+  }                                                             \
+  VORNPAL_API int set(const uint8_t *data, uint32_t length) {   \
+    return write_mac_item(item, data, length);                  \
+  }
+
+VORN_MAC_ITEM(vorn_device_pal_get_mac_addr, vorn_device_pal_set_mac_addr, kEthMacItem)
+VORN_MAC_ITEM(vorn_device_pal_get_bt_mac_addr, vorn_device_pal_set_bt_mac_addr, kBtMacItem)
 
 VORNPAL_API int vorn_device_pal_analysis_wifi_mac(char *mac0, char *mac1, uint8_t *mix) {
   if (mac0 == nullptr || mac1 == nullptr || mix == nullptr) {

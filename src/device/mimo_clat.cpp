@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr int kInvalidParam = 3;
-
 struct MimoItem {
   const char *item;
   const char *backup;
@@ -103,7 +101,7 @@ VORNPAL_API int vorn_device_pal_read_mimo_nv(const char *kind, char *out) {
   HexItem hex;
   if (!kind_given(kind) || out == nullptr || !hex.read(mimo_item(kind).item)) {
     VORN_LOG(VORN_ERR, "read nv fail.\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   vorn_string_memcpy(out, hex.text, VORN_DEVICE_MIMO_TEXT_SIZE - 1);
   out[VORN_DEVICE_MIMO_TEXT_SIZE - 1] = '\0';
@@ -112,12 +110,12 @@ VORNPAL_API int vorn_device_pal_read_mimo_nv(const char *kind, char *out) {
 
 VORNPAL_API int vorn_device_pal_set_2mimo(const char *kind) {
   VORN_LOG(VORN_INFO, "set 2MIMO NV.\n");
-  if (!kind_given(kind)) return kInvalidParam;
+  if (!kind_given(kind)) return VORN_INVALID_PARAM;
   const MimoItem &mimo = mimo_item(kind);
   HexItem backup;
   if (!backup.read(mimo.backup)) {
     VORN_LOG(VORN_ERR, "%s", mimo.backup_unreadable);
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   ItemBytes bytes(backup);
   if (item_exists(mimo.item)) {
@@ -126,7 +124,7 @@ VORNPAL_API int vorn_device_pal_set_2mimo(const char *kind) {
   }
   if (vorn_m2m_pal_write_nv_by_path(mimo.item, bytes.data, bytes.len) != 0) {
     VORN_LOG(VORN_ERR, "Write 4MIMO NV fail.\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   return 0;
 }
@@ -148,9 +146,9 @@ VORNPAL_API int vorn_device_pal_xlat_read(uint8_t *enable) {
   HexItem hex;
   if (enable == nullptr) {
     VORN_LOG(VORN_ERR, "Error, param pointer is NULL\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
-  if (!read_clat(hex)) return kInvalidParam;
+  if (!read_clat(hex)) return VORN_INVALID_PARAM;
   ItemBytes bytes(hex);
   VORN_LOG(VORN_INFO, "73567 enablePtr = [%d]\n", bytes.data[kClatFlag]);
   *enable = bytes.data[kClatFlag];
@@ -159,7 +157,7 @@ VORNPAL_API int vorn_device_pal_xlat_read(uint8_t *enable) {
 
 VORNPAL_API int vorn_device_pal_xlat_write(uint32_t enable) {
   HexItem hex;
-  if (!read_clat(hex)) return kInvalidParam;
+  if (!read_clat(hex)) return VORN_INVALID_PARAM;
   ItemBytes bytes(hex);
   uint8_t &flag = bytes.data[kClatFlag];
   if (flag == enable) {
@@ -172,7 +170,7 @@ VORNPAL_API int vorn_device_pal_xlat_write(uint32_t enable) {
   uint32_t len = std::max<uint32_t>(bytes.len, kClatFlag + 1);
   if (vorn_m2m_pal_write_nv_by_path(kClatItem, bytes.data, len) != 0) {
     VORN_LOG(VORN_ERR, "Write nv73567_item_enable fail.\n");
-    return kInvalidParam;
+    return VORN_INVALID_PARAM;
   }
   return 0;
 }

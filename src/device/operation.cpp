@@ -18,6 +18,7 @@
 #include "device/client.h"
 #include "device/reboot.h"
 #include "foundation/clock.h"
+#include "foundation/decimal_text.h"
 #include "foundation/log_site.h"
 #include "foundation/run.h"
 
@@ -49,9 +50,8 @@ constexpr DownloadMode kDownloadModes[] = {
 };
 
 int write_decimal(const char *path, int value) {
-  char text[16];
-  int len = std::snprintf(text, sizeof text, "%d", value);
-  return vorn_write_file(path, text, static_cast<unsigned>(len));
+  vorn::DecimalText decimal(value);
+  return vorn_write_file(path, decimal.text, decimal.length);
 }
 
 int vorn_qmi_dms_set_operationg_mode(uint32_t mode) {

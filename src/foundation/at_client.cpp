@@ -14,6 +14,7 @@
 #include <vornpal/at.h>
 
 #include "foundation/clock.h"
+#include "foundation/abort_at.h"
 #include "foundation/log_site.h"
 #include "foundation/unique_fd.h"
 
@@ -33,16 +34,9 @@ constexpr size_t kReplyRoom = VORN_AT_REPLY_SIZE - 1;
 constexpr const char *kFinalResults[] = {"ERROR", "OK\r\n", "0\r", "3\r",
                                          "3",     "4\r",    "NO CARRIER", "+CME ERROR:"};
 
-// A daemon cannot go on without the reply block: stop where it happened.
-[[noreturn]] void out_of_memory(int line) {
-  std::printf("%s, line: %d\n", __FILE__, line);
-  std::fflush(stdout);
-  std::abort();
-}
-
 char *allocate_text(size_t bytes, int line) {
   auto *block = static_cast<char *>(std::calloc(1, bytes));
-  if (block == nullptr) out_of_memory(line);
+  if (block == nullptr) vorn::abort_at(__FILE__, line);  // a daemon cannot go on without it
   return block;
 }
 

@@ -10,6 +10,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "foundation/abort_at.h"
 #include "foundation/clock.h"
 #include "foundation/containers.h"
 #include "foundation/log_site.h"
@@ -23,17 +24,10 @@ namespace {
 
 using vorn::containers::Hold;
 
-// The library's reaction to an exhausted heap where it cannot go on.
-[[noreturn]] void out_of_memory(int line) {
-  std::printf("%s, line: %d\n", __FILE__, line);
-  std::fflush(stdout);
-  std::abort();
-}
-
 template <class T>
 T *allocate_zeroed(size_t bytes, int line) {
   void *block = std::calloc(1, bytes);
-  if (block == nullptr) out_of_memory(line);
+  if (block == nullptr) vorn::abort_at(__FILE__, line);
   return static_cast<T *>(block);
 }
 
@@ -246,7 +240,7 @@ VORNPAL_API int vorn_pal_event_register(list_type *event_list, vorn_pal_event_ca
                                         void *user_data) {
   if (event_list == nullptr || callback == nullptr) {
     VORN_LOG(VORN_ERR, "Error, callback pointer is NULL.\n");
-    return 3;
+    return VORN_INVALID_PARAM;
   }
   auto *node = allocate_zeroed<vorn_pal_event_node>(sizeof(vorn_pal_event_node), __LINE__);
   node->callback = callback;
@@ -261,7 +255,7 @@ VORNPAL_API int vorn_pal_event_register(list_type *event_list, vorn_pal_event_ca
 VORNPAL_API int vorn_pal_event_unregister(list_type *event_list, vorn_pal_event_callback callback) {
   if (event_list == nullptr || callback == nullptr) {
     VORN_LOG(VORN_ERR, "Error, callback pointer is NULL.\n");
-    return 3;
+    return VORN_INVALID_PARAM;
   }
   vorn::containers::ensure_ready(event_list);
   vorn_pal_event_node *found = nullptr;
@@ -343,7 +337,7 @@ VORNPAL_API vorn_cmd_q_data *vorn_malloc_cmd_q_data(uint32_t cmd_type) {
   size_t bytes = payload_size(cmd_type);
   if (bytes == 0) {
     VORN_LOG(VORN_ERR, "Invalid CMD type: %d\n", static_cast<int>(cmd_type));
-    out_of_memory(__LINE__);
+    vorn::abort_at();
   }
   void *payload = allocate_zeroed<void>(bytes, __LINE__);
   auto *record = allocate_zeroed<vorn_cmd_q_data>(kRecord, __LINE__);

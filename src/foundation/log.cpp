@@ -1,9 +1,12 @@
 // Trace and watch channels of the log manager.
+#include <pthread.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdarg>
@@ -12,7 +15,6 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
-#include <string>
 
 #include "foundation/log_site.h"
 
@@ -54,18 +56,43 @@ void write_log_enable(char value) {
   sync();
 }
 
-std::string thread_name() {
-  char path[1024];
-  std::snprintf(path, sizeof path, "/proc/%d/task/%d/comm", static_cast<int>(getpid()),
-                get_tid());
-  FILE *file = std::fopen(path, "r");
-  if (file == nullptr) return "NULL";
-  char line[1024];
-  char *got = std::fgets(line, sizeof line, file);
-  std::fclose(file);
-  if (got == nullptr) return "NULL";
-  line[std::strcspn(line, "\n")] = '\0';
-  return line;
+// The thread id that console lines carry, asked of the kernel once per
+// thread: a child of fork() asks again.
+thread_local int thread_id_cache = 0;
+
+int thread_id() {
+  if (thread_id_cache == 0) thread_id_cache = get_tid();
+  return thread_id_cache;
+}
+
+const int thread_id_forgotten_in_children =
+    pthread_atfork(nullptr, nullptr, [] { thread_id_cache = 0; });
+
+// The calling thread's name, as /proc/<pid>/task/<tid>/comm shows it, read
+// from the kernel without opening that file; "NULL" when it can't be had.
+void thread_name(char (&name)[16]) {
+  if (prctl(PR_GET_NAME, name) != 0) {
+    std::strcpy(name, "NULL");
+    return;
+  }
+  name[sizeof name - 1] = '\0';
+}
+
+// Bytes of log_msg that the last line left nonzero: clearing up to there
+// clears the whole buffer.
+size_t log_msg_used = 0;  // guarded by trace_mutex
+
+// Clears log_msg and writes the line into it.
+void fill_log_msg(const char *format, ...) VORNPAL_PRINTF(1, 2);
+void fill_log_msg(const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  int written = std::vsnprintf(log_msg, sizeof log_msg, format, args);
+  va_end(args);
+  size_t length = written < 0 ? 0 : std::min(static_cast<size_t>(written), sizeof log_msg - 1);
+  if (written < 0) log_msg[0] = '\0';
+  if (log_msg_used > length) std::memset(log_msg + length, 0, log_msg_used - length);
+  log_msg_used = length;
 }
 
 void print_console_line(int level, const char *func, int line, const char *text) {
@@ -75,19 +102,27 @@ void print_console_line(int level, const char *func, int line, const char *text)
   tm utc{};
   gmtime_r(&now, &utc);
   std::memset(str_t, 0, sizeof str_t);
-  std::memset(log_msg, 0, sizeof log_msg);
   std::snprintf(str_t, sizeof str_t, "%04d-%02d-%02d %02d:%02d:%02d.%03d", utc.tm_year + 1900,
                 utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
                 static_cast<int>(tv.tv_usec / 1000));
-  std::string name = thread_name();
-  char *masked = vorn::log::mask_name(func);
-  const char *shown = masked != nullptr ? masked : func;
+  char name[16];
+  thread_name(name);
+  // Function names fit on the stack; a longer one is masked on the heap.
+  char masked[256];
+  char *long_masked = nullptr;
+  const char *shown = func;
+  if (func != nullptr) {
+    shown = masked;
+    if (vorn::log::mask_name_into(func, masked, sizeof masked) >= sizeof masked) {
+      long_masked = vorn::log::mask_name(func);
+      shown = long_masked != nullptr ? long_masked : func;
+    }
+  }
   const char *tag = level_tag(level);
-  std::snprintf(log_msg, sizeof log_msg, "%s : %s | [%d | %d-%s] | %s %d | %s", str_t,
-                tag != nullptr ? tag : "(null)", static_cast<int>(getpid()), get_tid(),
-                name.c_str(), shown != nullptr ? shown : "(null)", line,
-                text != nullptr ? text : "");
-  std::free(masked);
+  fill_log_msg("%s : %s | [%d | %d-%s] | %s %d | %s", str_t, tag != nullptr ? tag : "(null)",
+               vorn::log::process_id(), thread_id(), name, shown != nullptr ? shown : "(null)", line,
+               text != nullptr ? text : "");
+  std::free(long_masked);
   if (auto print = print_interface.load()) {
     print(log_msg);
   } else {
@@ -129,26 +164,30 @@ void scan_vorn(const char *text, OnMatch on_match) {
 
 namespace vorn::log {
 
-char *mask_name(const char *name) {
-  if (name == nullptr) return nullptr;
-  size_t matches = 0;
-  scan_vorn(name, [&](size_t) { ++matches; });
-  size_t length = std::strlen(name);
-  char *masked = static_cast<char *>(std::malloc(length - matches + 1));
-  if (masked == nullptr) return nullptr;
-  size_t out = 0;
+size_t mask_name_into(const char *name, char *out, size_t size) {
+  size_t length = 0;  // of the whole masked name
+  auto append = [&](const char *piece, size_t count) {
+    if (length + 1 < size) std::memcpy(out + length, piece, std::min(count, size - 1 - length));
+    length += count;
+  };
   size_t copied = 0;  // bytes of name already handled
   scan_vorn(name, [&](size_t end) {
     size_t start = end + 1 - 4;
-    std::memcpy(masked + out, name + copied, start - copied);
-    out += start - copied;
-    std::memcpy(masked + out, "oem", 3);
-    out += 3;
+    append(name + copied, start - copied);
+    append("oem", 3);
     copied = end + 1;
   });
-  std::memcpy(masked + out, name + copied, length - copied);
-  out += length - copied;
-  masked[out] = '\0';
+  append(name + copied, std::strlen(name + copied));
+  if (size > 0) out[std::min(length, size - 1)] = '\0';
+  return length;
+}
+
+char *mask_name(const char *name) {
+  if (name == nullptr) return nullptr;
+  size_t length = mask_name_into(name, nullptr, 0);
+  char *masked = static_cast<char *>(std::malloc(length + 1));
+  if (masked == nullptr) return nullptr;
+  mask_name_into(name, masked, length + 1);
   return masked;
 }
 

@@ -19,13 +19,12 @@
 #include <vornpal/process.h>
 #include <vornpal/system.h>
 
+#include "foundation/decimal_text.h"
 #include "foundation/log_site.h"
 #include "foundation/unique_fd.h"
 
 namespace {
 
-constexpr int kWriteFailed = 7;
-constexpr int kInvalidParam = 3;
 constexpr size_t kIntFileMax = 256;
 constexpr const char *kBridges[] = {"bridge0", "br-lan", "brlan0"};
 constexpr int kPingTries = 3;
@@ -89,16 +88,15 @@ VORNPAL_API int vorn_util_get_file_int_value(const char *path) {
 
 VORNPAL_API int vorn_util_set_file_int_value(const char *path, int value) {
   std::unique_ptr<FILE, FileCloser> file(open_int_file(path, "w"));
-  if (!file) return kWriteFailed;
-  char text[16];
-  int len = std::snprintf(text, sizeof text, "%d", value);
-  size_t written = std::fwrite(text, 1, static_cast<size_t>(len), file.get());
+  if (!file) return VORN_FILE_WRITE_FAILED;
+  vorn::DecimalText decimal(value);
+  size_t written = std::fwrite(decimal.text, 1, decimal.length, file.get());
   // The stream buffers: a full disk shows only when it is flushed.
-  if (written != static_cast<size_t>(len) || std::fflush(file.get()) != 0) {
+  if (written != decimal.length || std::fflush(file.get()) != 0) {
     int error = errno;
     VORN_LOG(VORN_ERR, "fwrite() failed, only [%d] written, total_len=[%d], reason=[%s]%d",
-             static_cast<int>(written), len, std::strerror(error), error);
-    return kWriteFailed;
+             static_cast<int>(written), static_cast<int>(decimal.length), std::strerror(error), error);
+    return VORN_FILE_WRITE_FAILED;
   }
   return 0;
 }
@@ -121,7 +119,7 @@ VORNPAL_API int vorn_util_get_main_bridge_addr(uint32_t *if_addr) {
 }
 
 VORNPAL_API int vorn_ping_state(const char *host) {
-  if (host == nullptr) return kInvalidParam;
+  if (host == nullptr) return VORN_INVALID_PARAM;
   char command[256];
   int len = std::snprintf(command, sizeof command, "ping -c 2 -W 3 %s > /dev/null 2>&1", host);
   if (len < 0 || static_cast<size_t>(len) >= sizeof command) return -1;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/abort_at.h"
 #include "foundation/log_site.h"
 
 namespace {
@@ -31,13 +32,6 @@ int compare_prefix(const char *a, const char *b, size_t length, bool ignore_case
 }
 
 bool is_space(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
-
-// The process's reaction to a programming error in a copy.
-[[noreturn]] void abort_at(int line) {
-  std::printf("%s, line: %d\n", __FILE__, line);
-  std::fflush(stdout);
-  std::abort();
-}
 
 }  // namespace
 
@@ -270,9 +264,9 @@ VORNPAL_API int vorn_utf8_NumBytesInChar(uint8_t lead) {
 }
 
 VORNPAL_API int vorn_utf8_Copy(char *dest, const char *src, size_t dest_size, size_t *count) {
-  if (dest == nullptr) abort_at(__LINE__);
-  if (src == nullptr) abort_at(__LINE__);
-  if (dest_size == 0) abort_at(__LINE__);
+  if (dest == nullptr) vorn::abort_at();
+  if (src == nullptr) vorn::abort_at();
+  if (dest_size == 0) vorn::abort_at();
   size_t copied = 0;
   int result = 0;
   while (src[copied] != '\0') {

@@ -17,6 +17,7 @@
 #include <vornpal/strings.h>
 
 #include "device/reboot.h"
+#include "foundation/abort_at.h"
 #include "foundation/log_site.h"
 #include "foundation/run.h"
 #include "m2m/client.h"
@@ -30,13 +31,6 @@ constexpr size_t kReport1Size = 12;
 static_assert(sizeof(vorn_m2m_nv_cfg_report) == 42324, "NV report handed on");
 static_assert(sizeof(vorn_m2m_scan_cell_record) == 2408 && sizeof(vorn_m2m_scan_cell_entry) == 40,
               "scan handed on");
-
-// An exhausted heap where an event must go out is not survivable.
-[[noreturn]] void out_of_memory(int line) {
-  std::printf("%s, line: %d\n", __FILE__, line);
-  std::fflush(stdout);
-  std::abort();
-}
 
 template <class T>
 T *event_block(size_t size = sizeof(T)) {
@@ -83,7 +77,7 @@ void on_event_report(const vorn_m2m_event_report_ind_msg_v01 &ind) {
            ind.uim_select, ind.rmnet_act, ind.attach_status, static_cast<int>(sizeof ind));
   if (ind.report1_valid != 0) {
     auto *data = event_block<uint8_t>(kReport1Size);
-    if (data == nullptr) out_of_memory(__LINE__);
+    if (data == nullptr) vorn::abort_at();  // an event must go out
     std::memcpy(data, ind.report1, sizeof ind.report1);
     data[sizeof ind.report1] = ind.report1_tail;
     post(VORN_M2M_EVENT_REPORT1, data, kReport1Size);

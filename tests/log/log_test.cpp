@@ -2,6 +2,7 @@
 // lines, /data/log_enable and the watch files.
 #include <pthread.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,6 +12,7 @@
 #include <vornpal/log.h>
 
 #include "foundation/log_site.h"
+#include "memory.h"
 #include "vornpal_test.h"
 
 namespace {
@@ -162,6 +164,93 @@ TEST_F(LogTest, ConsoleShowsTheThreadNameAndKeepsLinesWholeAcrossThreads) {
     ASSERT_TRUE(std::regex_match(line, m, form)) << line;
     EXPECT_EQ(m[1], m[2]);
   }
+}
+
+// What a console line held at the moment it was printed.
+struct Printed {
+  static inline size_t heap_before = 0;
+  static inline size_t heap_grown = 0;
+  static inline char line[4096];
+  static void print(const char *text) {
+    heap_grown = vt::heap_in_use() - heap_before;
+    std::snprintf(line, sizeof line, "%s", text);
+  }
+};
+
+TEST_F(LogTest, AnEmittedLineTakesNoHeapMemory) {
+  vorn_set_log_tool_enable(0);
+  set_print_interface(Printed::print);
+  vorn_any_level_probe(3);  // the thread's first line
+  Printed::heap_before = vt::heap_in_use();
+  vorn_data_pal_connect_probe();
+  set_print_interface(nullptr);
+  EXPECT_EQ(Printed::heap_grown, 0u) << "held while the line was printed";
+  EXPECT_NE(std::strstr(Printed::line, "| oem_data_pal_connect_probe "), nullptr) << Printed::line;
+}
+
+TEST_F(LogTest, LogMsgIsClearBeyondTheLastLine) {
+  vorn_set_log_tool_enable(0);
+  vt::ConsoleCapture console;
+  char buffer[VORN_LOG_MSG_BUF_SIZE] = {};
+  const std::string long_text(5000, 'x');
+  vorn_log_printf(3, buffer, "f", 1, "%s", long_text.c_str());
+  EXPECT_EQ(std::strlen(log_msg), sizeof log_msg - 1);  // cut to the buffer
+  vorn_log_printf(3, buffer, "f", 2, "short\n");
+  size_t length = std::strlen(log_msg);
+  EXPECT_EQ(std::string(log_msg + length - 6), "short\n");
+  EXPECT_EQ(std::count(log_msg + length, log_msg + sizeof log_msg, '\0'),
+            static_cast<long>(sizeof log_msg - length));
+  // A name too long for the line's own room is still masked whole.
+  const std::string name = std::string(300, 'a') + "_vorn_tail";
+  vorn_log_printf(3, buffer, name.c_str(), 3, "named\n");
+  EXPECT_NE(std::string(log_msg).find(std::string(300, 'a') + "_oem_tail 3 | named\n"),
+            std::string::npos);
+}
+
+// The thread's own name, not whatever a file under /proc says: the name is
+// asked of the kernel for the thread itself.
+TEST_F(LogTest, ConsoleNameComesFromTheThreadItself) {
+  EXPECT_EXIT(
+      {
+        pthread_setname_np(pthread_self(), "own-name");
+        char comm[64];
+        std::snprintf(comm, sizeof comm, "/proc/%d/task/%d/comm", static_cast<int>(getpid()),
+                      static_cast<int>(syscall(SYS_gettid)));
+        vt::bind_over(comm, "impostor\n");
+        vorn_set_log_tool_enable(0);
+        set_print_interface(Printed::print);
+        vorn_any_level_probe(3);
+        std::exit(std::strstr(Printed::line, "-own-name] | ") != nullptr ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+// A child of fork() logs its own process and thread ids, not its parent's.
+TEST_F(LogTest, AChildOfForkLogsItsOwnIds) {
+  vorn_any_level_probe(3);
+  vorn_set_log_tool_enable(0);
+  set_print_interface(Printed::print);
+  vorn_any_level_probe(3);
+  vorn_set_log_tool_enable(1);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    vornsim::clear_diag();
+    vorn_any_level_probe(3);
+    auto lines = vornsim::diag_lines();
+    bool diag_pid = lines.size() == 1 && lines[0].pid == static_cast<int>(getpid());
+    vorn_set_log_tool_enable(0);
+    vorn_any_level_probe(3);
+    char ids[64];
+    std::snprintf(ids, sizeof ids, "[%d | %d-", static_cast<int>(getpid()),
+                  static_cast<int>(syscall(SYS_gettid)));
+    bool console_ids = std::strstr(Printed::line, ids) != nullptr;
+    _exit(diag_pid && console_ids ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  set_print_interface(nullptr);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST_F(LogTest, GetTidIsTheKernelThreadId) {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <vornsim/sim.h>
 
@@ -31,28 +32,18 @@ void usage(FILE *out) {
                "anything else. Each command received is printed on a line.\n\n"
                "  --echo      repeat the command before the answer\n"
                "  --numeric   result codes 0 and 4 (ATV0)\n"
-               "  --pieces N  send each reply in N datagrams\n"
+               "  --pieces N  send each reply in N datagrams (1 to 64)\n"
                "  --delay MS  answer MS modem milliseconds late (divided by VORNPAL_TIME_SCALE)\n"
                "  --silent    answer nothing\n");
 }
 
 bool parse(int argc, char **argv, atr::Mode &mode, std::string &state) {
-  for (int i = 1; i < argc; ++i) {
-    std::string arg = argv[i];
-    bool has_value = i + 1 < argc;
-    if (arg == "--echo") {
-      mode.echo = true;
-    } else if (arg == "--numeric") {
-      mode.numeric = true;
-    } else if (arg == "--silent") {
-      mode.silent = true;
-    } else if (arg == "--pieces" && has_value) {
-      mode.pieces = std::atoi(argv[++i]);
-      if (mode.pieces < 1) return false;
-    } else if (arg == "--delay" && has_value) {
-      mode.delay_ms = static_cast<unsigned>(std::strtoul(argv[++i], nullptr, 10));
-    } else if (arg == "--state" && has_value) {
-      state = argv[++i];
+  const std::vector<std::string> args(argv + 1, argv + argc);
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (auto taken = atr::take_mode_option(args, i, mode)) {
+      if (!*taken) return false;
+    } else if (args[i] == "--state" && i + 1 < args.size()) {
+      state = args[++i];
     } else {
       return false;
     }

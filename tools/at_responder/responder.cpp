@@ -108,6 +108,40 @@ Answer modem_answer(const std::string &received) {
   return error();
 }
 
+namespace {
+
+// args[i + 1] as a number from 0 to max, stepping i over it.
+bool take_value(const std::vector<std::string> &args, size_t &i, long long max, long long &value) {
+  if (i + 1 >= args.size()) return false;
+  const std::string &text = args[++i];
+  char *end = nullptr;
+  value = std::strtoll(text.c_str(), &end, 10);
+  return !text.empty() && *end == '\0' && value >= 0 && value <= max;
+}
+
+}  // namespace
+
+std::optional<bool> take_mode_option(const std::vector<std::string> &args, size_t &i, Mode &mode) {
+  const std::string &arg = args[i];
+  long long value = 0;
+  if (arg == "--echo") {
+    mode.echo = true;
+  } else if (arg == "--numeric") {
+    mode.numeric = true;
+  } else if (arg == "--silent") {
+    mode.silent = true;
+  } else if (arg == "--pieces") {
+    if (!take_value(args, i, 64, value) || value < 1) return false;
+    mode.pieces = static_cast<int>(value);
+  } else if (arg == "--delay") {
+    if (!take_value(args, i, 600000, value)) return false;
+    mode.delay_ms = static_cast<unsigned>(value);
+  } else {
+    return std::nullopt;
+  }
+  return true;
+}
+
 std::string render(const std::string &received, const Answer &answer, const Mode &mode) {
   std::string reply = mode.echo ? received : "";
   if (answer.raw) return reply + *answer.raw;

@@ -47,6 +47,12 @@ using Answerer = std::function<Answer(const std::string &command)>;
 // Anything else is ERROR. The command may end in "\r".
 Answer modem_answer(const std::string &command);
 
+// Takes the mode option at args[i] (--echo, --numeric, --silent, --pieces N
+// of 1 to 64, --delay MS of 0 to 600000) into `mode`, stepping i over its
+// value: nullopt when args[i] is no mode option, false when its value is
+// missing or out of range.
+std::optional<bool> take_mode_option(const std::vector<std::string> &args, size_t &i, Mode &mode);
+
 // The reply to `received` before it is cut into datagrams.
 std::string render(const std::string &received, const Answer &answer, const Mode &mode);
 // `reply` in `pieces` parts of about equal size (fewer when it is shorter).

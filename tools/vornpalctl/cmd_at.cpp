@@ -15,24 +15,10 @@ namespace {
 // The responder's behaviour from the options before the command.
 bool parse_mode(const ctl::Args &args, atr::Mode &mode, std::string &command) {
   for (size_t i = 0; i < args.size(); ++i) {
-    const std::string &arg = args[i];
-    bool has_value = i + 1 < args.size();
-    if (arg == "--echo") {
-      mode.echo = true;
-    } else if (arg == "--numeric") {
-      mode.numeric = true;
-    } else if (arg == "--silent") {
-      mode.silent = true;
-    } else if (arg == "--pieces" && has_value) {
-      long long pieces = 0;
-      if (!ctl::parse_number(args[++i], pieces) || pieces < 1 || pieces > 64) return false;
-      mode.pieces = static_cast<int>(pieces);
-    } else if (arg == "--delay" && has_value) {
-      long long delay = 0;
-      if (!ctl::parse_number(args[++i], delay) || delay < 0 || delay > 600000) return false;
-      mode.delay_ms = static_cast<unsigned>(delay);
-    } else if (command.empty() && arg.rfind("--", 0) != 0) {
-      command = arg;
+    if (auto taken = atr::take_mode_option(args, i, mode)) {
+      if (!*taken) return false;
+    } else if (command.empty() && args[i].rfind("--", 0) != 0) {
+      command = args[i];
     } else {
       return false;
     }

@@ -76,7 +76,7 @@ int mode_get(const ctl::Args &, ctl::Output &out) {
 
 int mode_set(const ctl::Args &args, ctl::Output &out) {
   long long mode = 0;
-  if (args.empty() || !ctl::parse_number(args[0], mode) || mode < 0 || mode > UINT32_MAX)
+  if (!ctl::number_arg(args, 0, 0, UINT32_MAX, mode))
     return ctl::fail(out, "usage: device mode set MODE (0 to 9)", 2);
   int rc = vorn_device_pal_set_operating_mode(static_cast<uint32_t>(mode));
   if (rc != 0) return ctl::fail(out, "cannot set mode " + args[0], rc);

@@ -2,6 +2,8 @@
 #include <vornpal/ini.h>
 #include <vornpal/keylog.h>
 
+#include <climits>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,12 +14,6 @@ namespace {
 constexpr const char kSettingsFile[] = "/data/log_client_setting";
 constexpr const char *kClientSections[] = {"fwa_client", "panic_client"};
 constexpr unsigned int kDefaultFilterBytes = 16384;
-
-std::string joined(const ctl::Args &args, size_t from) {
-  std::string text;
-  for (size_t i = from; i < args.size(); ++i) text += (i > from ? " " : "") + args[i];
-  return text;
-}
 
 // The text of a search result, one output line per log line.
 void print_lines(ctl::Output &out, const std::string &text) {
@@ -35,10 +31,11 @@ void print_lines(ctl::Output &out, const std::string &text) {
 int keylog_write(const ctl::Args &args, ctl::Output &out) {
   long long module = 0;
   long long event = 0;
-  if (args.size() < 2 || !ctl::parse_number(args[0], module) || !ctl::parse_number(args[1], event))
+  if (!ctl::number_arg(args, 0, INT_MIN, INT_MAX, module) ||
+      !ctl::number_arg(args, 1, INT_MIN, INT_MAX, event))
     return ctl::fail(out, "usage: keylog write MODULE EVENT [TEXT]", 2);
   vorn_log_get_logsetting();
-  std::string text = joined(args, 2);
+  std::string text = ctl::joined(args, 2);
   vorn_keylog_write_file(static_cast<int>(module), static_cast<int>(event), "%s", text.c_str());
   out.field("module", static_cast<int>(module));
   out.field("event", static_cast<int>(event));
@@ -65,9 +62,9 @@ int keylog_filter(const ctl::Args &args, ctl::Output &out) {
 int keylog_settings(const ctl::Args &args, ctl::Output &out) {
   if (!args.empty()) {
     long long client = 0, size = 0, number = 0;
-    if (args.size() != 3 || !ctl::parse_number(args[0], client) ||
-        !ctl::parse_number(args[1], size) || !ctl::parse_number(args[2], number) || client < 0 ||
-        client > 1)
+    if (args.size() != 3 || !ctl::number_arg(args, 0, 0, 1, client) ||
+        !ctl::number_arg(args, 1, INT32_MIN, INT32_MAX, size) ||
+        !ctl::number_arg(args, 2, INT32_MIN, INT32_MAX, number))
       return ctl::fail(out, "usage: keylog settings [CLIENT(0|1) SIZE_MIB FILES]", 2);
     vorn_set_log_client_setting(static_cast<int>(client), static_cast<int32_t>(size),
                                 static_cast<int32_t>(number), kSettingsFile);

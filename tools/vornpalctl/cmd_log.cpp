@@ -1,4 +1,5 @@
 // Log settings and the watch files.
+#include <climits>
 #include <cstdio>
 #include <string>
 
@@ -15,7 +16,8 @@ constexpr const char *kWatchFiles[] = {"/data/oem/logs/fwawatchA.log",
 int log_level(const ctl::Args &args, ctl::Output &out) {
   if (!args.empty()) {
     long long level = 0;
-    if (!ctl::parse_number(args[0], level)) return ctl::fail(out, "not a level: " + args[0], 2);
+    if (!ctl::number_arg(args, 0, INT_MIN, INT_MAX, level))
+      return ctl::fail(out, "not a level: " + args[0], 2);
     vorn_set_log_level(static_cast<int>(level));
     if (FILE *f = std::fopen(kLevelFile, "w")) {
       std::fprintf(f, "%d\n", vorn_get_log_level());
@@ -29,7 +31,8 @@ int log_level(const ctl::Args &args, ctl::Output &out) {
 int log_tool(const ctl::Args &args, ctl::Output &out) {
   if (!args.empty()) {
     long long enable = 0;
-    if (!ctl::parse_number(args[0], enable)) return ctl::fail(out, "not a flag: " + args[0], 2);
+    if (!ctl::number_arg(args, 0, INT_MIN, INT_MAX, enable))
+      return ctl::fail(out, "not a flag: " + args[0], 2);
     vorn_set_log_tool_enable(static_cast<int>(enable));
   }
   out.field("tool_enable", vorn_get_log_tool_enable());
@@ -40,10 +43,9 @@ int log_tool(const ctl::Args &args, ctl::Output &out) {
 // Logs one line through the trace channel at the given level.
 int log_say(const ctl::Args &args, ctl::Output &out) {
   long long level = 0;
-  if (args.size() < 2 || !ctl::parse_number(args[0], level))
+  if (args.size() < 2 || !ctl::number_arg(args, 0, INT_MIN, INT_MAX, level))
     return ctl::fail(out, "usage: log say LEVEL TEXT", 2);
-  std::string text;
-  for (size_t i = 1; i < args.size(); ++i) text += (i > 1 ? " " : "") + args[i];
+  std::string text = ctl::joined(args, 1);
   char buffer[VORN_LOG_MSG_BUF_SIZE] = {};
   int to_diag = vorn_log_printf(static_cast<int>(level), buffer, "vornpalctl", __LINE__, "%s\n",
                                 text.c_str());
@@ -53,8 +55,7 @@ int log_say(const ctl::Args &args, ctl::Output &out) {
 }
 
 int watch_add(const ctl::Args &args, ctl::Output &out) {
-  std::string text;
-  for (size_t i = 0; i < args.size(); ++i) text += (i ? " " : "") + args[i];
+  std::string text = ctl::joined(args);
   oem_watch("vornpalctl", __LINE__, "%s", text.c_str());
   out.field("written", text);
   return 0;

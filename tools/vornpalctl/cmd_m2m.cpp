@@ -50,7 +50,7 @@ int clock(const ctl::Args &, ctl::Output &out) {
 int cfun(const ctl::Args &args, ctl::Output &out) {
   if (!args.empty()) {
     long long mode = 0;
-    if (!ctl::parse_number(args[0], mode) || mode < 0 || mode > 255)
+    if (!ctl::number_arg(args, 0, 0, 255, mode))
       return ctl::fail(out, "not a mode: " + args[0], 2);
     int rc = vorn_m2m_pal_set_cfun_mode(static_cast<uint8_t>(mode));
     if (rc != 0) return ctl::fail(out, "the modem refused mode " + args[0], rc);

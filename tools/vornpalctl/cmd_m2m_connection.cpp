@@ -11,7 +11,7 @@
 namespace {
 
 bool profile_of(const ctl::Args &args, long long &profile) {
-  return !args.empty() && ctl::parse_number(args[0], profile) && profile >= 1 && profile <= 42;
+  return ctl::number_arg(args, 0, 1, 42, profile);
 }
 
 int connect(const ctl::Args &args, ctl::Output &out) {

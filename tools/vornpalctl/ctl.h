@@ -66,6 +66,11 @@ int fail(Output &out, const std::string &what, int rc);
 
 // Parses a number in decimal or 0x hexadecimal; false when it is not one.
 bool parse_number(const std::string &text, long long &value);
+// args[index] as a number from min to max; false when it is missing, no
+// number or out of range.
+bool number_arg(const Args &args, size_t index, long long min, long long max, long long &value);
+// The words of args from `from` on, joined by single spaces.
+std::string joined(const Args &args, size_t from = 0);
 
 // An event source of `watch`: start() registers callbacks that print
 // through `emit`; each family adds one.

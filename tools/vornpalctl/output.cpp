@@ -106,4 +106,14 @@ bool parse_number(const std::string &text, long long &value) {
   return end != nullptr && *end == '\0';
 }
 
+bool number_arg(const Args &args, size_t index, long long min, long long max, long long &value) {
+  return index < args.size() && parse_number(args[index], value) && value >= min && value <= max;
+}
+
+std::string joined(const Args &args, size_t from) {
+  std::string text;
+  for (size_t i = from; i < args.size(); ++i) text += (i > from ? " " : "") + args[i];
+  return text;
+}
+
 }  // namespace ctl

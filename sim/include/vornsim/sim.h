@@ -115,9 +115,19 @@ void delay_next(Svc svc, unsigned msg_id, unsigned ms, int count = 1);
 // Decoding of this indication fails with `rc` (0 to stop failing).
 void set_decode_fault(Svc svc, unsigned msg_id, int rc);
 
+// The requests that reached the modem, oldest first. The modem keeps the
+// last kRequestRecordDefault of them; older ones fall out and are counted.
 std::vector<Request> requests();
 std::vector<Request> requests(Svc svc, std::optional<unsigned> msg_id = std::nullopt);
+// Forgets the requests kept and the count of dropped ones.
 void clear_requests();
+constexpr size_t kRequestRecordDefault = 4096;
+// Keeps the last `capacity` requests from now on (0: none, as benchmarks
+// want); clears the record. reset() restores the default.
+void set_request_record(size_t capacity);
+// Requests that fell out of the record, or were not kept, since it was last
+// cleared.
+uint64_t requests_dropped();
 
 // An indication to every client of the service, delivered on the modem's
 // own thread.
@@ -133,6 +143,7 @@ bool on_modem_thread();
 
 // --- what the clients did ---------------------------------------------------
 
+// Each list keeps the last 1024 calls.
 struct Counters {
   int clients_live;          // connected clients not yet released
   int notifiers_live;        // notifiers not yet released
@@ -155,6 +166,8 @@ struct DiagLine {
   std::string func;
   std::string text;
 };
+// The lines handed to the sink, oldest first; the last kDiagRecord are kept.
+constexpr size_t kDiagRecord = 4096;
 std::vector<DiagLine> diag_lines();
 void clear_diag();
 // Lines are also written to standard error.
