@@ -14,6 +14,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -40,6 +42,9 @@ constexpr unsigned kInitTimeoutMs = 3000;
 constexpr size_t kStackSize = 0x10000;
 constexpr int kEpollEvents = 12;
 constexpr int kWriteTries = 6;
+// Longest wait of deinit for the event thread to leave: a callback that
+// runs on may take no longer.
+constexpr auto kLeaveWait = std::chrono::seconds(5);
 
 // ---- the client --------------------------------------------------------------
 
@@ -124,6 +129,9 @@ struct Worker {
   std::mutex mutex;
   std::deque<Item> queue;
   bool exit = false;
+  bool left = false;  // the thread is past its last use of the family
+  std::condition_variable gone;
+  pthread_t thread{};
 
   ~Worker() {
     for (Item &item : queue) std::free(item.payload);
@@ -216,7 +224,11 @@ void *event_network_rx(void *arg) {
   std::unique_ptr<std::shared_ptr<Worker>> owner(static_cast<std::shared_ptr<Worker> *>(arg));
   prctl(PR_SET_NAME, "event_network_rx", 0, 0, 0);
   VORN_LOG(VORN_INFO, "event_data_rx_process\n");
-  event_loop(**owner);
+  Worker &worker = **owner;
+  event_loop(worker);
+  std::lock_guard<std::mutex> lock(worker.mutex);
+  worker.left = true;
+  worker.gone.notify_all();
   return nullptr;
 }
 
@@ -240,8 +252,7 @@ void start_worker() {
   if (pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED) != 0)
     VORN_LOG(VORN_ERR, "set setdetachstate failed\n");
   auto *owner = new std::shared_ptr<Worker>(worker);
-  pthread_t thread;
-  int rc = pthread_create(&thread, &attr, event_network_rx, owner);
+  int rc = pthread_create(&worker->thread, &attr, event_network_rx, owner);
   pthread_attr_destroy(&attr);
   if (rc != 0) {
     delete owner;
@@ -264,6 +275,12 @@ void stop_worker() {
     worker->exit = true;
   }
   write_event_fd(worker->event_fd, 1);
+  // The thread stays detached, but deinit returns only once it has left
+  // (unless deinit runs on it, from a callback), so that nothing of the
+  // family runs after a daemon's deinit.
+  if (pthread_equal(worker->thread, pthread_self())) return;
+  std::unique_lock<std::mutex> lock(worker->mutex);
+  worker->gone.wait_for(lock, kLeaveWait, [&] { return worker->left; });
 }
 
 // ---- start-up ------------------------------------------------------------------

@@ -262,8 +262,9 @@ VORNPAL_API int vorn_network_pal_async_register(uint32_t slot, const vorn_networ
   uint8_t wait = 1;
   if (net::registered(s.re_state.load()) && target_plmn == net::cached_operator().plmn)
     wait = s.rat.load() != target_rat ? 1 : 0;
-  s.manual_wait.store(wait);
+  // A waiter already waiting keeps its target and its flag.
   if (net::waiter_running.load()) return VORN_OK;
+  s.manual_wait.store(wait);
   s.manual_target_plmn.store(target_plmn);
   s.manual_target_rat.store(target_rat);
   int started = net::start_waiter();
