@@ -415,6 +415,9 @@ void fill_cell_location(const State &s, const Snapshot &snap, nas_get_cell_locat
         resp.nr5g_serving_cell_info_valid = 1;
         nas_nr5g_serving_cell_info_type_v01 &nr = resp.nr5g_serving_cell_info;
         put_bcd(nr.plmn, kNetworks[cell.network]);
+        nr.tac[0] = static_cast<uint8_t>(cell.area >> 16);
+        nr.tac[1] = static_cast<uint8_t>(cell.area >> 8);
+        nr.tac[2] = static_cast<uint8_t>(cell.area);
         nr.global_cell_id = cell.cell_id;
         nr.physical_cell_id = static_cast<uint16_t>(cell.nr_pci);
         nr.rsrp = static_cast<int16_t>((snap.level - 3) * 10);
