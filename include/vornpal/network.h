@@ -4,13 +4,13 @@
  *
  * vorn_network_pal_init brings up the family's NAS client and its event
  * thread "event_network_rx". Events reach the callbacks registered with
- * vorn_network_pal_event_register, one at a time under the family's notify
- * mutex, on the modem's indication thread (signal, serving system, cell,
- * band, reject, scan and registration-response events), on the event thread
- * (VORN_NETWORK_EVENT_NET_INFO, which may query the modem) or on the manual
- * registration thread (VORN_NETWORK_EVENT_MANUAL_REGIST_DONE). A callback
- * copies what it keeps: the payload is freed when the last callback returns.
- * A callback must not register callbacks itself.
+ * vorn_network_pal_event_register one at a time, under the family's notify
+ * mutex: the events of the modem's reports and answers on the event thread,
+ * VORN_NETWORK_EVENT_MANUAL_REGIST_DONE on the manual registration waiter.
+ * Neither is the modem's own thread, so a callback may call the family's
+ * functions (the query of a registration report included) and may take its
+ * time; the next events wait for it. A callback copies what it keeps: the
+ * payload is freed when the last callback returns.
  *
  * Records are owned by the caller, who clears them before a query and sets
  * the request flags of the groups wanted.
