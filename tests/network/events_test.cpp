@@ -278,3 +278,45 @@ TEST_F(NetworkEvents, AfterDeinitNothingIsDelivered) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace nett;
+
+class NetworkStart : public NetworkTest {};
+
+// Ten tries a second apart for a modem that is not up, the milestones in
+// the kernel log, and a refused indication registration.
+TEST_F(NetworkStart, TriesMilestonesAndRefusals) {
+  vornsim::set_service_up(kNas, false);
+  std::string kmsg_before = vt::read_file("/dev/kmsg");
+  EXPECT_EQ(vorn_network_pal_init(), -1);
+  EXPECT_TRUE(vt::logged("waiting for modem up:10.\n"));
+  EXPECT_TRUE(vt::logged("Network qmi client init failed, error code: -1.\n"));
+  EXPECT_NE(vt::read_file("/dev/kmsg").find("oem:network qmi inited ERROR", kmsg_before.size()), std::string::npos);
+
+  vornsim::clear_diag();
+  // Up during the second try (each waits 3 s for the service).
+  vornsim::service_up_after(kNas, 5000);
+  EXPECT_EQ(vorn_network_pal_init(), 0);
+  EXPECT_TRUE(vt::logged("waiting for modem up:1.\n"));
+  EXPECT_FALSE(vt::logged("waiting for modem up:3.\n"));
+  EXPECT_TRUE(vt::logged("Network pal init success...\n"));
+  EXPECT_NE(vt::read_file("/dev/kmsg").find("oem:network qmi inited OK"), std::string::npos);
+
+  // A second start with the client up: the tries run out.
+  vornsim::clear_diag();
+  EXPECT_EQ(vorn_network_pal_init(), -1);
+  EXPECT_EQ(vt::count_logged("waiting for modem up:10.\n"), 1);
+  bool already = false;
+  for (const std::string &text : vt::diag_texts()) already |= text.rfind("Network client already initialized. Handle ", 0) == 0;
+  EXPECT_TRUE(already);
+
+  vorn_network_pal_deinit();
+  vornsim::refuse_next(kNas, QMI_NAS_INDICATION_REGISTER_REQ_MSG_V01, 3);
+  EXPECT_EQ(vorn_network_pal_init(), -1);
+  EXPECT_TRUE(vt::logged("Network qmi event register failed, error code: 0.\n"));
+  EXPECT_EQ(vornsim::counters().clients_live, 2) << "the family's client stays open, beside the device family's";
+}
+
+}  // namespace
