@@ -1,11 +1,19 @@
 /*
- * Network family: the records of the network queries.
+ * Network family: registration, network information, scans and the events
+ * of the serving network.
  *
- * The records below hold, so far, the fields that the vendor (M2M) service
- * fills: carrier aggregation, link quality and the GSM details of
- * vorn_network_info, and the NR part of vorn_network_freqlock_info. The
- * Network family completes them with the fields that its own queries fill.
- * Records are owned by the caller, who clears them before a query.
+ * vorn_network_pal_init brings up the family's NAS client and its event
+ * thread "event_network_rx". Events reach the callbacks registered with
+ * vorn_network_pal_event_register one at a time, under the family's notify
+ * mutex: the events of the modem's reports and answers on the event thread,
+ * VORN_NETWORK_EVENT_MANUAL_REGIST_DONE on the manual registration waiter.
+ * Neither is the modem's own thread, so a callback may call the family's
+ * functions (the query of a registration report included) and may take its
+ * time; the next events wait for it. A callback copies what it keeps: the
+ * payload is freed when the last callback returns.
+ *
+ * Records are owned by the caller, who clears them before a query and sets
+ * the request flags of the groups wanted.
  */
 #ifndef VORNPAL_NETWORK_H
 #define VORNPAL_NETWORK_H
@@ -14,7 +22,110 @@
 
 VORNPAL_BEGIN_DECLS
 
-/* Serving radio, the access technology of vorn_network_info. */
+/* ---- events ------------------------------------------------------------ */
+
+/* Event ids and their payloads. */
+enum {
+  VORN_NETWORK_EVENT_SIGNAL = 0,              /* vorn_network_signal_report */
+  VORN_NETWORK_EVENT_NET_INFO = 1,            /* vorn_network_net_record, with names */
+  VORN_NETWORK_EVENT_CELL_INFO = 3,           /* vorn_network_cell_record */
+  VORN_NETWORK_EVENT_RF_BAND = 4,             /* vorn_network_rf_band_report */
+  VORN_NETWORK_EVENT_SCAN_RESULT = 6,         /* vorn_network_scan_result */
+  VORN_NETWORK_EVENT_SERVING_SYSTEM = 11,     /* vorn_network_net_record, as reported */
+  VORN_NETWORK_EVENT_REGIST_RESP = 12,        /* one byte: registration state */
+  VORN_NETWORK_EVENT_MANUAL_REGIST_DONE = 13, /* one byte: registration state */
+  VORN_NETWORK_EVENT_LTE_REJECT = 17,         /* vorn_network_reject_report */
+  VORN_NETWORK_EVENT_NR_REJECT = 18           /* vorn_network_reject_report */
+};
+
+/* Registration states: the family's g_re_state and the states of a report. */
+enum {
+  VORN_NETWORK_NOT_REGISTERED = 0,
+  VORN_NETWORK_REGISTERED_HOME = 1,
+  VORN_NETWORK_SEARCHING = 2,
+  VORN_NETWORK_DENIED = 3,
+  VORN_NETWORK_REGISTERED_ROAMING = 5
+};
+
+/* Radio family of a report: 0 none, 1 GSM, 2 WCDMA, 3 LTE. */
+enum {
+  VORN_NETWORK_RADIO_NONE = 0,
+  VORN_NETWORK_RADIO_GSM = 1,
+  VORN_NETWORK_RADIO_WCDMA = 2,
+  VORN_NETWORK_RADIO_LTE = 3
+};
+
+/* (event id, payload, payload length, user word given at registration) */
+typedef void (*vorn_network_event_cb)(uint32_t event_id, void *payload, uint32_t length,
+                                      uint32_t user);
+
+/* Fields of a technology stay zero when the modem did not report it; NR has
+ * no valid flag: test its values. (28 bytes) */
+typedef struct {
+  uint32_t gsm_valid;
+  int16_t gsm_rssi;
+  uint32_t umts_valid;
+  int16_t umts_rssi;
+  int16_t umts_ecio; /* dB */
+  int16_t umts_rscp;
+  uint32_t lte_valid;
+  int16_t lte_rssi;
+  int16_t lte_rsrq;
+  int16_t lte_rsrp;
+  int16_t lte_snr; /* dB */
+  int16_t nr_rsrp;
+  int32_t nr_snr; /* dB */
+} vorn_network_signal_report;
+
+typedef struct {
+  uint32_t valid; /* always 1 */
+  uint32_t state; /* VORN_NETWORK_NOT_REGISTERED, _HOME or _ROAMING */
+} vorn_network_domain_state;
+
+#define VORN_NETWORK_NAME_LEN 60
+#define VORN_NETWORK_PLMN_TEXT_LEN 7
+
+/* A registration report. Names need not be terminated when full. */
+typedef struct {
+  uint32_t reg_state;    /* the PS state: 0, 1 or 5 */
+  uint32_t radio;        /* VORN_NETWORK_RADIO_* */
+  uint32_t home;         /* 0 roaming; else the PS attach value (1 before any) */
+  uint16_t mnc;
+  uint16_t mcc;
+  uint64_t cell_id;
+  int32_t plmn;          /* mcc * 100 + mnc */
+  vorn_network_domain_state ps_info;
+  vorn_network_domain_state cs_info;
+  char plmn_id[VORN_NETWORK_PLMN_TEXT_LEN];
+  char plmn_name[VORN_NETWORK_NAME_LEN];
+  char short_name[VORN_NETWORK_NAME_LEN];
+  char long_name[VORN_NETWORK_NAME_LEN];
+} vorn_network_net_record;
+
+/* The serving cell as the events give it: only the leading fields are set.
+ * (256 bytes) */
+typedef struct {
+  uint32_t radio; /* 2 WCDMA, 3 LTE, else 0 */
+  uint64_t cell_id;
+  int32_t lac;
+  int32_t tac;
+  uint8_t reserved[232];
+} vorn_network_cell_record;
+
+/* The modem's RF band report as it comes: radio interface, active band and
+ * channel of the serving cell and its bandwidth. (60 bytes) */
+typedef struct {
+  uint32_t words[15];
+} vorn_network_rf_band_report;
+
+typedef struct {
+  uint8_t reject_valid;
+  uint8_t reject_cause; /* 3GPP cause, 1 to 255 */
+} vorn_network_reject_report;
+
+/* ---- network information ----------------------------------------------- */
+
+/* Access technology of the serving cell (access_tech). */
 enum {
   VORN_NETWORK_ACT_GSM = 0,
   VORN_NETWORK_ACT_WCDMA = 2,
@@ -24,64 +135,415 @@ enum {
   VORN_NETWORK_ACT_ENDC = 13 /* LTE anchor with NR (non-standalone) */
 };
 
-/* Carriers of the aggregation, blocks of the vendor service kept whole. */
+/* Carrier of the cell group: rat. */
+enum {
+  VORN_NETWORK_RAT_GSM = 0,
+  VORN_NETWORK_RAT_WCDMA = 2,
+  VORN_NETWORK_RAT_LTE = 3,
+  VORN_NETWORK_RAT_NR = 4
+};
+
+/* Carriers of the aggregation. The blocks are the vendor service's, kept
+ * whole; bands are numbered as everywhere in the family: LTE 100 + band, NR
+ * 500 + band below 10, else 5000 + band. */
 #define VORN_NETWORK_SCC_MAX 10
 
 typedef struct {
-  uint32_t band; /* as the modem gives it, the plain band number */
-  uint8_t info[36];
+  uint32_t band;
+  uint32_t channel;
+  uint16_t pci;
+  uint16_t reserved_pad;
+  uint32_t bandwidth; /* MHz */
+  int32_t rsrp;
+  int32_t rsrq;
+  int32_t rssi;
+  int32_t sinr;
+  uint8_t reserved[8];
 } vorn_network_pcc_record; /* 40 bytes */
 
 typedef struct {
-  uint32_t band;         /* LTE 100 + band, NR 500 + band below 10, else 5000 + band */
+  uint32_t band;
   uint8_t scell_state;  /* 0 deconfigured, 1 configured but inactive, 2 active */
   uint8_t ul_configerd; /* 1 when the carrier carries uplink too */
-  uint8_t info[42];
+  uint16_t pci;
+  uint32_t channel;
+  uint32_t bandwidth; /* MHz */
+  int32_t rsrp;
+  int32_t rsrq;
+  int32_t rssi;
+  int32_t sinr;
+  uint8_t reserved[16];
 } vorn_network_scc_record; /* 48 bytes */
 
 /* GSM details that only the vendor service reports, as it gives them. */
 #define VORN_NETWORK_CELL_INFO_EXT_SIZE 75
+#define VORN_NETWORK_NEIGHBOUR_MAX 16
+
+typedef struct {
+  uint8_t access_tech; /* VORN_NETWORK_ACT_* */
+  uint32_t channel;
+  uint32_t pci; /* BSIC for GSM */
+  uint64_t cell_id;
+  uint16_t mnc;
+  uint16_t mcc;
+  uint32_t lac;
+  int32_t rsrp; /* dBm */
+  int32_t rsrq; /* dB */
+  int32_t srxlev;
+  uint8_t gsm_rx_level[16];
+  uint8_t bsic;
+  uint16_t timing;
+} vorn_network_neighbour; /* 64 bytes */
+
+/* Signal group: CSQ-style values and the modem's per-technology values. */
+typedef struct {
+  uint8_t valid; /* request flag */
+  uint16_t rssi; /* CSQ 0 to 31 (TD-SCDMA 0 to 191), 99 unknown */
+  uint16_t ber;  /* 0 to 7, 99 unknown */
+  uint32_t rscp_bake; /* 0 to 96, 0xFF unknown */
+  uint32_t ecno_bake; /* 0 to 49, 0xFF unknown */
+  uint32_t rat;       /* 0, 6 WCDMA or 7 LTE */
+  struct { uint8_t valid; int16_t rssi; uint16_t ber; } gsm;
+  struct { uint8_t valid; int16_t rssi; int16_t ecio; int16_t rscp; } wcdma;
+  struct { uint8_t valid; int16_t rssi; int16_t rscp; int16_t sinr; } tdscdma;
+  struct { uint8_t valid; int16_t rssi; int16_t rsrq; int16_t rsrp; int16_t snr; } lte;
+  struct { uint8_t valid; int16_t rssi; int16_t ecio; } cdma;
+  struct { uint8_t valid; int16_t rssi; int16_t ecio; int16_t sinr; } hdr;
+  /* discontinuous reception cycle, ms */
+  uint32_t lte_drx;
+  uint32_t nr_drx;
+  uint32_t wcdma_drx;
+} vorn_network_signal_info;
+
+/* sys_info group: registration and the serving PLMN. */
+typedef struct {
+  uint8_t valid;        /* request flag */
+  uint32_t reg_state;   /* VORN_NETWORK_* state of PS */
+  uint32_t rat;         /* 1 GSM, 2 WCDMA, 3 LTE, 8 ENDC */
+  uint32_t access_tech; /* VORN_NETWORK_ACT_* */
+  uint8_t roaming;
+  uint16_t mnc;
+  uint16_t mcc;
+  uint64_t cell_id;
+  uint32_t plmn; /* mcc * 100 + mnc, or mcc * 1000 + mnc for 3-digit MNCs */
+} vorn_network_sys_info;
+
+typedef struct {
+  uint8_t valid; /* request flag */
+  uint32_t access_tech;
+  uint32_t reg_state;
+  uint32_t rac;
+  uint32_t lac;
+  uint64_t cell_id;
+  uint32_t tac;
+  uint32_t reject_type; /* 0 */
+  uint32_t reject_cause;
+} vorn_network_ps_info;
+
+typedef struct {
+  uint8_t valid; /* request flag */
+  uint32_t access_tech;
+  uint32_t reg_state;
+  uint32_t lac;
+  uint64_t cell_id;
+  uint32_t reject_type;
+  uint32_t reject_cause;
+} vorn_network_cs_info;
+
+typedef struct {
+  uint8_t valid;
+  uint8_t tuned;
+  int32_t rsrp_level; /* 0 to 96 */
+  int32_t rsrq_level; /* 0 to 97 */
+  int32_t rssi_csq;   /* 0 to 31 */
+  int32_t phase;
+} vorn_network_rx_chain;
+
+/* TX/RX group: receive chains 0 to 3 and the transmitter. */
+typedef struct {
+  uint8_t valid;  /* request flag */
+  uint32_t radio; /* 2 WCDMA, 3 LTE */
+  vorn_network_rx_chain rx[4];
+  uint8_t tx_valid;
+  int32_t tx_power;
+  uint8_t mode_count[2];
+  uint8_t mode[2][2]; /* 1 to 6, 0 unknown */
+} vorn_network_tx_rx_info;
 
 /*
- * The answer of vorn_network_pal_get_network_info. Link-quality values are
- * the modem's own: CQI 0 to 15, rank indicator, downlink rank, downlink and
- * uplink MCS index.
+ * The answer of vorn_network_pal_get_network_info. Set the request flag of
+ * each group wanted: cell_valid (the cell group, which also brings the
+ * registration pass), signal.valid, sys_info.valid, ps_info.valid,
+ * cs_info.valid, carrier_valid, tx_rx.valid.
  */
 typedef struct {
-  /* serving radio, VORN_NETWORK_ACT_*: decides which link values are filled */
-  uint8_t access_tech;
-
-  /* GSM neighbour details, filled when the modem reports them */
-  uint8_t cell_info_ext_valid;
-  uint8_t cell_info_ext[VORN_NETWORK_CELL_INFO_EXT_SIZE];
-
-  /* LTE link, also the anchor of ENDC */
+  /* cell group */
+  uint8_t cell_valid;
+  uint32_t rat;        /* VORN_NETWORK_RAT_* */
+  uint8_t access_tech; /* VORN_NETWORK_ACT_* */
+  uint32_t reg_domain; /* 1 CS only, 2 PS or both */
+  uint32_t channel;    /* ARFCN, UARFCN, EARFCN or NR-ARFCN */
+  uint32_t band;       /* active band, numbered as in the family */
+  uint32_t pci;        /* BSIC for GSM */
+  uint32_t bandwidth;  /* MHz */
+  int32_t serving_signal;
+  uint32_t psc;
+  uint64_t cell_id;
+  uint16_t mnc;
+  uint16_t mcc;
+  uint32_t lac; /* 0xFFFF when the network gave none */
+  uint32_t tac;
+  uint32_t rac;
+  uint8_t mnc_includes_pcs_digit;
+  uint32_t wcdma_psc;
+  int32_t wcdma_rssi;
+  int32_t wcdma_rscp;
+  int32_t lte_rsrp; /* dBm */
+  int32_t lte_rsrq; /* dB */
+  int32_t lte_rssi;
+  int32_t nr_rsrp; /* dBm */
+  int32_t nr_rsrq; /* dB */
+  int32_t nr_snr;  /* dB */
+  uint8_t gsm_bsic;
+  uint16_t gsm_timing;
+  uint32_t band1; /* second radio interface (ENDC: the NR leg) */
+  uint32_t bandwidth1;
+  uint8_t neighbour_count;
+  vorn_network_neighbour neighbour[VORN_NETWORK_NEIGHBOUR_MAX];
+  /* link quality of the vendor service: CQI 0 to 15, rank indicator,
+   * downlink rank, downlink and uplink MCS index */
   uint8_t lte_cqi;
   uint8_t lte_ri;
   uint8_t lte_dlrank;
   uint8_t lte_dlmcs;
   uint8_t lte_ulmcs;
-  /* NR link under an LTE anchor (ENDC) */
-  uint8_t nsa_nr_cqi;
+  uint8_t nsa_nr_cqi; /* NR under an LTE anchor (ENDC) */
   uint8_t nsa_nr_ri;
   uint8_t nsa_nr_dlrank;
   uint8_t nsa_nr_dlmcs;
   uint8_t nsa_nr_ulmcs;
-  /* NR link, standalone */
-  uint8_t nr_cqi;
+  uint8_t nr_cqi; /* NR standalone */
   uint8_t nr_ri;
   uint8_t nr_dlrank;
   uint8_t nr_dlmcs;
   uint8_t nr_ulmcs;
+  /* GSM neighbour details, filled when the vendor service reports them */
+  uint8_t cell_info_ext_valid;
+  uint8_t cell_info_ext[VORN_NETWORK_CELL_INFO_EXT_SIZE];
+
+  vorn_network_signal_info signal;
+  vorn_network_sys_info sys_info;
+  vorn_network_ps_info ps_info;
+  vorn_network_cs_info cs_info;
+
+  char plmn_text[VORN_NETWORK_PLMN_TEXT_LEN]; /* "%03d%02d" or "%03d%03d" */
+  char short_name[VORN_NETWORK_NAME_LEN];     /* need not be terminated when full */
+  char long_name[VORN_NETWORK_NAME_LEN];
+
+  uint8_t is_endc_available;
+  uint8_t is_dcnr_restricted;
+  uint32_t lte_voice_status; /* 1 when the LTE network carries voice */
+  uint32_t srv_status;       /* 0 none, 1 limited, 2 service, 3 limited regional, 4 power save */
+  uint32_t srv_domain;
 
   /* carrier group */
+  uint8_t carrier_valid;
+  uint32_t lte_cc_num;
+  uint8_t pcc_valid;
   vorn_network_pcc_record pcc;
+  int32_t cc_rsrp_bake;
+  uint8_t scc_valid;
   uint8_t scc_count; /* at most VORN_NETWORK_SCC_MAX */
   vorn_network_scc_record scc[VORN_NETWORK_SCC_MAX];
+
+  vorn_network_tx_rx_info tx_rx;
 } vorn_network_info;
 
-/* Frequency and cell lock: the request and answer of the lock functions
- * (344 bytes). */
+/* ---- registration and scans ------------------------------------------- */
+
+#define VORN_NETWORK_SCAN_MAX 50
+
+/* Scan status. */
+enum {
+  VORN_NETWORK_SCAN_NONE = 0,
+  VORN_NETWORK_SCAN_RUNNING = 1,
+  VORN_NETWORK_SCAN_COMPLETE = 2,
+  VORN_NETWORK_SCAN_FAILED = 3,
+  VORN_NETWORK_SCAN_ABORTED = 4
+};
+
+/* cell_state of a scan entry. */
+enum {
+  VORN_NETWORK_CELL_UNKNOWN = 0,
+  VORN_NETWORK_CELL_AVAILABLE = 1,
+  VORN_NETWORK_CELL_CURRENT = 2,
+  VORN_NETWORK_CELL_FORBIDDEN = 3
+};
+
+typedef struct {
+  uint32_t rat;        /* 1 GSM, 3 UMTS, 5 LTE, 6 NR5G */
+  uint32_t cell_state; /* VORN_NETWORK_CELL_* */
+  uint32_t radio;      /* 0 GSM, 2 UMTS, 3 LTE, 4 NR5G */
+  uint8_t roaming;
+  uint8_t index; /* from 1 */
+  uint16_t mnc;
+  uint16_t mcc;
+  int32_t signal; /* dBm */
+  uint32_t plmn;  /* mcc * 100 + mnc */
+  char plmn_text[VORN_NETWORK_PLMN_TEXT_LEN];
+  char short_name[VORN_NETWORK_NAME_LEN];
+  char long_name[VORN_NETWORK_NAME_LEN];
+} vorn_network_scan_entry; /* 156 bytes */
+
+/* Scan rat codes (request[0] of a scan). */
+enum {
+  VORN_NETWORK_SCAN_RAT_ALL = 0,
+  VORN_NETWORK_SCAN_RAT_GSM = 1,
+  VORN_NETWORK_SCAN_RAT_UMTS = 3,
+  VORN_NETWORK_SCAN_RAT_LTE = 5,
+  VORN_NETWORK_SCAN_RAT_NR = 6,
+  VORN_NETWORK_SCAN_RAT_GSM_UMTS = 7,
+  VORN_NETWORK_SCAN_RAT_GSM_LTE = 8,
+  VORN_NETWORK_SCAN_RAT_UMTS_LTE = 9,
+  VORN_NETWORK_SCAN_RAT_GSM_UMTS_LTE = 10,
+  VORN_NETWORK_SCAN_RAT_UMTS_LTE_NR = 11,
+  VORN_NETWORK_SCAN_RAT_LTE_NR = 12
+};
+
+typedef struct {
+  vorn_network_scan_entry entry[VORN_NETWORK_SCAN_MAX];
+  uint32_t request[6]; /* request[0]: the scan rat code; the rest pass unread */
+  uint32_t status;     /* VORN_NETWORK_SCAN_* */
+  uint8_t count;
+} vorn_network_scan_result;
+
+/* Registration rat. */
+enum {
+  VORN_NETWORK_REG_RAT_AUTO = 0,
+  VORN_NETWORK_REG_RAT_WCDMA = 1,
+  VORN_NETWORK_REG_RAT_LTE = 2,
+  VORN_NETWORK_REG_RAT_NR = 3,
+  VORN_NETWORK_REG_RAT_GSM = 8
+};
+
+#define VORN_NETWORK_REG_MODE_GO 5
+#define VORN_NETWORK_REG_PLMN_LEN 8
+
+typedef struct {
+  uint32_t mode; /* vorn_network_pal_async_register sends only when 5 */
+  uint32_t rat;  /* VORN_NETWORK_REG_RAT_* */
+  char plmn[VORN_NETWORK_REG_PLMN_LEN]; /* 5 or 6 digits */
+} vorn_network_reg_info;
+
+/* ---- smaller queries ---------------------------------------------------- */
+
+typedef struct {
+  uint32_t band;      /* the modem's active band code */
+  uint32_t radio;     /* radio interface */
+  uint32_t bandwidth; /* the modem's bandwidth code */
+} vorn_network_band_info;
+
+typedef struct {
+  uint16_t year;
+  uint8_t month;
+  uint8_t day;
+  uint8_t hour;
+  uint8_t minute;
+  uint8_t second;
+  uint8_t day_of_week;
+  int32_t time_zone_offset_minutes;
+  int32_t daylight_saving_offset_minutes;
+} vorn_network_time;
+
+typedef struct {
+  uint8_t lte_rrc_state_valid;
+  uint32_t lte_rrc_state;
+  uint8_t dl_earfcn_valid;
+  uint32_t dl_earfcn;
+  uint8_t ul_earfcn_valid;
+  uint32_t ul_earfcn;
+  uint8_t nr_rrc_state_valid;
+  uint32_t nr_rrc_state;
+} vorn_network_arfcn_list;
+
+/* ---- the family ------------------------------------------------------- */
+
+/* 0; also when the event thread could not be started. -1 when the modem's
+ * NAS service did not come up (10 tries a second apart) or refused the
+ * indication registration. A second init while the client lives waits the
+ * 10 seconds and fails. */
+VORNPAL_API int vorn_network_pal_init(void);
+VORNPAL_API int vorn_network_pal_deinit(void);
+/* 0; VORN_INVALID_PARAM for a null callback; 1 no memory. There is no
+ * removal: vorn_network_pal_event_unregister does nothing. */
+VORNPAL_API int vorn_network_pal_event_register(vorn_network_event_cb callback, uint32_t user);
+/* As above, but -1 after a successful registration too. */
+VORNPAL_API int vorn_network_al_event_register(vorn_network_event_cb callback, uint32_t user);
+VORNPAL_API int vorn_network_pal_event_unregister(vorn_network_event_cb callback);
+
+/* Reject states and causes recorded since the last call; the causes are
+ * cleared by reading. */
+typedef struct {
+  uint32_t ps_state; /* 3 when a PS cause 1 to 113 was recorded */
+  uint32_t cs_state;
+  uint8_t cs_cause;
+  uint8_t ps_cause;
+} vorn_network_reject_info;
+VORNPAL_API int oem_pal_ind_reject(vorn_network_reject_info *out);
+
+/* The whole query (about thirteen modem requests). 0; VORN_INVALID_PARAM
+ * for a null record. Each group that the modem does not answer keeps its
+ * defaults. */
+VORNPAL_API int vorn_network_pal_get_network_info(uint32_t slot, vorn_network_info *info);
+VORNPAL_API int vorn_network_pal_get_network_mccmnc(uint16_t *mcc, uint16_t *mnc,
+                                                   uint8_t *three_digit);
+VORNPAL_API int vorn_network_pal_get_mnc_mcc(uint16_t *mnc, uint16_t *mcc);
+VORNPAL_API int vorn_network_pal_set_mnc_mcc(uint16_t *mnc, uint16_t *mcc);
+VORNPAL_API int vorn_network_pal_get_band_info(vorn_network_band_info *info);
+VORNPAL_API int vorn_network_get_drx(uint32_t slot, vorn_network_info *info);
+VORNPAL_API int vorn_network_get_tx_rx_info(uint32_t slot, vorn_network_info *info);
+VORNPAL_API int vorn_network_pal_get_timing_advance(uint32_t *timing_advance);
+VORNPAL_API int vorn_network_pal_get_network_time(vorn_network_time *time);
+VORNPAL_API int vorn_network_pal_nas_get_arfcn_list(vorn_network_arfcn_list *list);
+VORNPAL_API int vorn_network_pal_nas_get_speff(uint32_t *speff, uint8_t mode);
+VORNPAL_API int vorn_network_pal_nas_get_nr5g_speff(uint32_t *speff, uint8_t mode);
+/* Text of the carrier rows; `out` holds at least 1024 bytes. */
+VORNPAL_API int vorn_network_pal_get_cc_rf_info(char *out);
+VORNPAL_API int vorn_network_pal_set_gtcsqnren(int32_t enable);
+VORNPAL_API int vorn_network_pal_get_gtcsqnren(int32_t *enable);
+/* The active SIM slot: 0 SIM1, 1 SIM2. */
+VORNPAL_API uint8_t vorn_network_pal_get_usim_card_slot(void);
+/* Band number of a NAS band code (WCDMA 1 to 19, LTE 100 + band, NR 500 +
+ * band below 10, 5000 + band from 10); 3 for an unknown code. */
+VORNPAL_API uint32_t vorn_antennae_get_active_band_bandwith_info(uint32_t band_code);
+
+/* The scan answers by event VORN_NETWORK_EVENT_SCAN_RESULT. 0 requested;
+ * VORN_INVALID_PARAM for a null record or an unknown rat code; -1 when the
+ * modem refused three times. */
+VORNPAL_API int vorn_network_pal_scan(uint32_t slot, vorn_network_scan_result *request);
+VORNPAL_API int vorn_network_pal_get_scan_result(uint32_t slot, vorn_network_scan_result *out);
+/* "(state,long,short,plmn,rat)," per entry; `out` is the caller's to size
+ * for 50 entries. */
+VORNPAL_API int vorn_network_pal_get_scan_result_build(char *out);
+VORNPAL_API int vorn_network_pal_plmn_list(void);
+VORNPAL_API int vorn_network_pal_scan_dedicated(void);
+/* Answered by event VORN_NETWORK_EVENT_REGIST_RESP. */
+VORNPAL_API int vorn_network_pal_register(uint32_t slot, const vorn_network_reg_info *reg_info);
+/* Answered by event VORN_NETWORK_EVENT_MANUAL_REGIST_DONE, once the wanted
+ * network is reached or after 30 seconds. */
+VORNPAL_API int vorn_network_pal_async_register(uint32_t slot,
+                                                const vorn_network_reg_info *reg_info);
+/* Selection mode of the asynchronous registration: 0 automatic, 1 manual. */
+VORNPAL_API int vorn_network_pal_set_registration_mode(uint32_t mode);
+VORNPAL_API int vorn_network_pal_attach(void);
+VORNPAL_API int vorn_network_pal_dettach(void);
+VORNPAL_API int vorn_network_pal_get_attach_state(uint32_t slot, uint32_t *state);
+VORNPAL_API int vorn_network_pal_set_data_roaming_status(uint32_t enable);
+VORNPAL_API int vorn_network_pal_get_data_roaming_status(uint32_t *enable);
+
+/* ---- frequency and cell lock -------------------------------------------- */
+
+/* The request and answer of the lock functions (344 bytes). */
 #define VORN_NETWORK_LOCK_LTE_MAX 30
 #define VORN_NETWORK_LOCK_NR_MAX 8
 

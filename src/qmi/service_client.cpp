@@ -144,6 +144,7 @@ void ServiceClient::dispatch(qmi_client_type handle, unsigned msg_id, const void
                                      static_cast<unsigned>(entry->decoded_size));
   if (rc != QMI_NO_ERR) {
     VORN_LOG_AS(name, VORN_ERR, "Error in decoding %s, error = %i\n", entry->decode_name, rc);
+    if (entry->on_decode_failure != nullptr) entry->on_decode_failure();
     return;
   }
   entry->handle(decoded);

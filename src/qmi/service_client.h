@@ -118,6 +118,7 @@ struct IndicationEntry {
   const char *decode_name;  // in "Error in decoding %s, error = %i\n"
   void (*handle)(Decoded &decoded);
   const char *announce;     // logged at level 1 before decoding; may be null
+  void (*on_decode_failure)() = nullptr;  // after the failure is logged; may be null
 };
 
 // A row whose handler reads the decoded structure of table entry Ind.

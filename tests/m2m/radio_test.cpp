@@ -56,7 +56,7 @@ TEST_F(M2mRadio, CarrierAggregationCopiesTheCarriersWhole) {
   ASSERT_EQ(vorn_m2m_pal_get_cainfo(&info), 0);
   EXPECT_EQ(info.scc_count, VORN_NETWORK_SCC_MAX);
   EXPECT_EQ(info.scc[9].band, 110u);
-  EXPECT_EQ(info.scc[9].info[41], 0xA9);
+  EXPECT_EQ(info.scc[9].reserved[15], 0xA9);
 
   vorn_network_info before = info;
   refuse_next(QMI_VORN_M2M_GET_CA_INFO_REQ_V01);

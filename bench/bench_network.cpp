@@ -1,0 +1,139 @@
+// The network information against the raw round trips of the requests it
+// makes, and the latency from an indication to the family's callback.
+//   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench --benchmark_filter=Network
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <vornpal/log.h>
+#include <vornpal/network.h>
+#include <vornpal/platform/network_access_service_v01.h>
+#include <vornpal/platform/vorn_m2m_service_v01.h>
+#include <vornpal/qmi.h>
+#include <vornsim/sim.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+vorn_network_info request_all() {
+  vorn_network_info info{};
+  info.cell_valid = 1;
+  info.signal.valid = 1;
+  info.sys_info.valid = 1;
+  info.ps_info.valid = 1;
+  info.cs_info.valid = 1;
+  info.carrier_valid = 1;
+  info.tx_rx.valid = 1;
+  return info;
+}
+
+void fresh_family() {
+  vorn_network_pal_deinit();
+  vornsim::reset();
+  vornsim::set_diag_record(false);
+  vorn_set_log_level(1);
+  vorn_network_pal_init();
+  vornsim::drain();
+}
+
+// Clients of their own for the raw round trips.
+struct RawClients {
+  qmi_client_type nas = nullptr;
+  vorn_qmi_client m2m{};
+  RawClients() {
+    qmi_client_os_params os{};
+    qmi_client_init_instance(nas_get_service_object_internal_v01(1, 303, 6), 65535, nullptr, nullptr, &os, 3000,
+                             &nas);
+    m2m.service_object = vorn_m2m_get_service_object_internal_v01(1, 1, 6);
+    vorn_qmi_register(&m2m, 1);
+  }
+  ~RawClients() {
+    qmi_client_release(nas);
+    vorn_qmi_unregister(&m2m);
+  }
+};
+
+void BM_NetworkGetInfo(benchmark::State &state) {
+  fresh_family();
+  for (auto _ : state) {
+    vorn_network_info info = request_all();
+    benchmark::DoNotOptimize(vorn_network_pal_get_network_info(0, &info));
+  }
+  vornsim::clear_requests();
+  vorn_network_info info = request_all();
+  vorn_network_pal_get_network_info(0, &info);
+  state.counters["requests"] = static_cast<double>(vornsim::requests().size());
+  vorn_network_pal_deinit();
+}
+BENCHMARK(BM_NetworkGetInfo)->Unit(benchmark::kMicrosecond);
+
+// The same requests, byte for byte, sent one after the other with no
+// library around them.
+void BM_NetworkRawRoundTrips(benchmark::State &state) {
+  fresh_family();
+  vornsim::clear_requests();
+  vorn_network_info info = request_all();
+  vorn_network_pal_get_network_info(0, &info);
+  std::vector<vornsim::Request> sent = vornsim::requests();
+  RawClients raw;
+  std::vector<uint8_t> resp(16384);
+  for (auto _ : state) {
+    for (vornsim::Request &req : sent) {
+      qmi_client_type handle = req.svc == vornsim::Svc::NAS ? raw.nas : req.svc == vornsim::Svc::M2M ? raw.m2m.handle : nullptr;
+      if (handle == nullptr) continue;
+      benchmark::DoNotOptimize(qmi_client_send_msg_sync(handle, req.msg_id, req.bytes.empty() ? nullptr : req.bytes.data(),
+                                                        static_cast<unsigned>(req.bytes.size()), resp.data(),
+                                                        static_cast<unsigned>(resp.size()), 3000));
+    }
+  }
+  state.counters["requests"] = static_cast<double>(sent.size());
+  vorn_network_pal_deinit();
+}
+BENCHMARK(BM_NetworkRawRoundTrips)->Unit(benchmark::kMicrosecond);
+
+std::atomic<uint64_t> delivered{0};
+std::atomic<int64_t> arrived_ns{0};
+
+void on_signal(uint32_t id, void *, uint32_t, uint32_t) {
+  if (id != VORN_NETWORK_EVENT_SIGNAL) return;
+  arrived_ns.store(Clock::now().time_since_epoch().count(), std::memory_order_relaxed);
+  delivered.fetch_add(1, std::memory_order_release);
+}
+
+// One signal indication at a time, from the modem's thread through the QMI
+// callback and the event thread to the daemon's callback.
+void BM_NetworkIndicationToCallback(benchmark::State &state) {
+  static bool registered = vorn_network_pal_event_register(on_signal, 0) == 0;
+  benchmark::DoNotOptimize(registered);
+  fresh_family();
+  nas_sig_info_ind_msg_v01 ind{};
+  ind.info.lte_sig_info_valid = 1;
+  ind.info.lte_sig_info = {-60, -9, -88, 140};
+  constexpr int kIndications = 10000;
+  std::vector<double> latencies_us;
+  latencies_us.reserve(kIndications);
+  for (auto _ : state) {
+    latencies_us.clear();
+    for (int i = 0; i < kIndications; ++i) {
+      uint64_t before = delivered.load(std::memory_order_acquire);
+      auto sent = Clock::now();
+      vornsim::indicate(vornsim::Svc::NAS, QMI_NAS_SIG_INFO_IND_MSG_V01, ind);
+      while (delivered.load(std::memory_order_acquire) == before) std::this_thread::yield();
+      latencies_us.push_back(static_cast<double>(arrived_ns.load(std::memory_order_relaxed) -
+                                                 sent.time_since_epoch().count()) / 1000.0);
+    }
+  }
+  std::sort(latencies_us.begin(), latencies_us.end());
+  state.counters["p50_us"] = latencies_us[latencies_us.size() / 2];
+  state.counters["p99_us"] = latencies_us[latencies_us.size() * 99 / 100];
+  state.counters["max_us"] = latencies_us.back();
+  vorn_network_pal_deinit();
+}
+BENCHMARK(BM_NetworkIndicationToCallback)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
