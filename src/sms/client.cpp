@@ -66,8 +66,6 @@ constexpr qmi::ClientSetup kSetup = {
 
 qmi::ServiceClient wms_client{kSetup};
 
-std::once_flag callbacks_ready;
-
 bool known_indication(unsigned msg_id) {
   for (const qmi::IndicationEntry &entry : kIndications)
     if (entry.msg_id == msg_id) return true;
@@ -153,8 +151,8 @@ VORNPAL_API int vorn_sms_pal_init(void) {
     vorn::log::milestone(__func__, __LINE__, "SMS qmi inited ERROR");
     return model_result;
   }
-  // Callbacks registered before the first init stay registered.
-  std::call_once(callbacks_ready, [] { list_init(wms_client.callbacks()); });
+  // The callback list is ready while still zeroed: initialising it here
+  // would drop the callbacks a daemon registered before this init.
   if (vorn_sms_event_register() != VORN_OK) return VORN_FAILURE;
   VORN_LOG(VORN_INFO, "SMS pal init success...\n");
   int rc = vorn_sms_pal_set_receive_msg_storage(vorn::sms::config().storage_type.get());
