@@ -11,6 +11,7 @@
 #include <vornpal/sms.h>
 
 #include "foundation/log_site.h"
+#include "sms/store.h"
 
 namespace {
 
@@ -18,8 +19,13 @@ constexpr int32_t kCapacity = 100;
 
 std::atomic<sms_store_handle *> g_sms_apps_store{nullptr};
 
+// A handle that the store layer closed meanwhile is forgotten.
 sms_store_handle *store() {
   sms_store_handle *h = g_sms_apps_store.load();
+  if (h != nullptr && h != vorn::sms::sqlite_handle()) {
+    g_sms_apps_store.compare_exchange_strong(h, nullptr);
+    h = nullptr;
+  }
   if (h == nullptr) VORN_LOG(VORN_ERR, "NULL g_sms_apps_store\n");
   return h;
 }

@@ -20,5 +20,7 @@ struct StoreFunctions {
 
 // The sqlite back end on /data/sms_msg.db (store_sqlite.cpp).
 extern const StoreFunctions kSqliteStore;
+// Its open handle, or null once vorn_sms_store_deinit closed it.
+sms_store_handle *sqlite_handle();
 
 }  // namespace vorn::sms

@@ -401,6 +401,8 @@ int sqlite_list(sms_store_handle *h, uint32_t list_flag, sms_index_status *pairs
 
 namespace vorn::sms {
 
+sms_store_handle *sqlite_handle() { return current.load(); }
+
 const StoreFunctions kSqliteStore = {sqlite_info,  sqlite_read,   sqlite_delete,
                                      sqlite_modify_msg, sqlite_write, sqlite_modify,
                                      sqlite_list,  sqlite_init,   sqlite_deinit};
