@@ -114,7 +114,7 @@ TEST_F(SmsPalTest, AFullModemStoreKeepsTheMessageAtTheCentre) {
   ASSERT_TRUE(vt::eventually([&] { return !events.taken().empty(); }));
   EXPECT_EQ(events.taken()[0].id, E_oem_SMS_EVENT_MEMORY_FULL);
   EXPECT_EQ(wms::waiting(), 1u);
-  events.list.clear();
+  take_events();
   wms::set_capacity(wms::kUim, 5);
   ASSERT_EQ(vorn_sms_pal_set_receive_msg_storage(SMS_STORAGE_UIM), 0);
   ASSERT_TRUE(vt::eventually([&] { return !events.taken().empty(); }));

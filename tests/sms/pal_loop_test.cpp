@@ -144,8 +144,7 @@ TEST_F(SmsPalTest, LoopThroughTheNetworkToTheApStore) {
 
     // The daemon: acknowledges each message and keeps it in the AP store.
     ASSERT_TRUE(vt::eventually([&] { return events.taken().size() >= pdus.size(); }));
-    std::vector<vt::Events::Event> got = events.taken();
-    events.list.clear();
+    std::vector<vt::Events::Event> got = take_events();
     ASSERT_EQ(got.size(), pdus.size());
     std::vector<sms_message_record> arrived;
     for (const vt::Events::Event &event : got) {
@@ -206,7 +205,7 @@ TEST_F(SmsPalTest, LoopThroughTheNetworkToModemStorage) {
       EXPECT_EQ(record.sms_format, static_cast<uint32_t>(SMS_FORMAT_GW_PP));
       parts.push_back(decoded_pdu(record.sms_pdu_data, record.sms_pdu_len));
     }
-    events.list.clear();
+    take_events();
     EXPECT_EQ(joined_text(parts), c.text);
     EXPECT_EQ(wms::stored(storage).size(), pdus.size());
     EXPECT_TRUE(wms::acks().empty()) << "the modem acknowledged stored messages itself";

@@ -83,6 +83,14 @@ class SmsPalTest : public ::testing::Test {
     vornsim::clear_requests();
     vornsim::clear_diag();
   }
+  // The events so far, once the modem delivered what it had queued; then
+  // forgotten.
+  std::vector<vt::Events::Event> take_events() {
+    std::vector<vt::Events::Event> taken = events.taken();
+    std::lock_guard<std::mutex> lock(events.mutex);
+    events.list.clear();
+    return taken;
+  }
   vt::Events events;
 };
 
