@@ -36,8 +36,9 @@ void log_send_failure(const wms_raw_send_resp_msg_v01 &resp, int rc) {
              static_cast<int>(resp.gw_cause_info.tp_cause));
 }
 
-// The checks both send functions share; 0 when the PDU may go out.
-int check_pdu(const uint8_t *pdu, int32_t length, uint32_t mode, bool negative_refused) {
+// The checks both send functions share; 0 when the PDU may go out. A
+// negative length is refused by both: it would be read as a huge one.
+int check_pdu(const uint8_t *pdu, int32_t length, uint32_t mode) {
   if (pdu == nullptr || length == 0) {
     VORN_LOG(VORN_ERR, "NULL p_pdu.\n");
     return VORN_FAILURE;
@@ -47,7 +48,7 @@ int check_pdu(const uint8_t *pdu, int32_t length, uint32_t mode, bool negative_r
     VORN_LOG(VORN_ERR, "not support E_SMS_PAL_SEND_AND_SAVE.\n");
     return VORN_INVALID_PARAM;
   }
-  if (length > kPduMax || (negative_refused && length < 0)) {
+  if (length > kPduMax || length < 0) {
     VORN_LOG(VORN_ERR, "pdu_len err=%d.\n", length);
     return VORN_INVALID_PARAM;
   }
@@ -124,7 +125,7 @@ static void vorn_sms_pal_send_ack_async_cb(qmi_client_type, unsigned int msg_id,
 
 VORNPAL_API int vorn_sms_pal_send_msg(const uint8_t *pdu, int32_t length, uint32_t mode,
                                       uint32_t *message_id) {
-  if (int rc = check_pdu(pdu, length, mode, false); rc != VORN_OK) return rc;
+  if (int rc = check_pdu(pdu, length, mode); rc != VORN_OK) return rc;
   wms_raw_send_req_msg_v01 req = raw_send_request(pdu, length);
   for (int attempt = 0; attempt < 2; ++attempt)
     if (send_once(req, message_id)) return VORN_OK;
@@ -133,7 +134,7 @@ VORNPAL_API int vorn_sms_pal_send_msg(const uint8_t *pdu, int32_t length, uint32
 
 VORNPAL_API int vorn_sms_pal_send_msg_ZNRD(const uint8_t *pdu, int32_t length, uint32_t mode,
                                            uint32_t *message_id, uint32_t, uint32_t is_ims) {
-  if (int rc = check_pdu(pdu, length, mode, true); rc != VORN_OK) return rc;
+  if (int rc = check_pdu(pdu, length, mode); rc != VORN_OK) return rc;
   if (is_ims >= 2) {
     VORN_LOG(VORN_ERR, "is_ims err=%d.\n", static_cast<int>(is_ims));
     return VORN_FAILURE;

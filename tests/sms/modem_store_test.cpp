@@ -178,4 +178,27 @@ TEST_F(SmsPalTest, RoutesFollowStorageAndConfiguration) {
   EXPECT_TRUE(vt::logged("pal_set_recv_msg_storage failed:-1\r\n"));
 }
 
+// Classes 0 to 2 under the routes of +CNMI=1,2 with +CSMS=1 and NV
+// storage: class 0 handed over and acknowledged by the modem, class 1
+// handed over for the application's AT+CNMA, class 2 stored in NV.
+TEST_F(SmsPalTest, ClassesGoWhereTheirRoutesSay) {
+  start_family();
+  ASSERT_EQ(vorn_sms_pal_set_msg_service_config(1, 2, 0, 1), 0);
+  ASSERT_EQ(vorn_sms_pal_set_receive_msg_storage(SMS_STORAGE_NV), 0);
+  for (const char *dcs : {"10", "11", "12"})
+    wms::deliver(unhex(std::string("040C9194511132547600") + dcs + "6211221000000002C834"));
+  ASSERT_TRUE(vt::eventually([&] { return events.taken().size() == 3; }));
+  const std::vector<vt::Events::Event> got = take_events();
+  EXPECT_EQ(got[0].id, E_oem_SMS_EVENT_NEW_ROUTE_MSG);
+  EXPECT_EQ(route_message(got[0]).head.ack_indicator, 1u);
+  EXPECT_EQ(got[1].id, E_oem_SMS_EVENT_NEW_ROUTE_MSG);
+  EXPECT_EQ(route_message(got[1]).head.ack_indicator, 0u);
+  EXPECT_TRUE(vt::logged(" wait_for_ack AT+CNMA \n"));
+  EXPECT_EQ(got[2].id, E_oem_SMS_EVENT_NEW_STORED_MSG);
+  EXPECT_EQ(got[2].data, (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(wms::stored(wms::kNv).size(), 1u);
+  EXPECT_EQ(wms::unacknowledged(), 1u) << "class 1 waits for the application";
+  EXPECT_EQ(count(QMI_WMS_SEND_ACK_REQ_V01), 0u);
+}
+
 }  // namespace

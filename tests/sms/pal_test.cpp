@@ -99,6 +99,8 @@ TEST_F(SmsPalTest, SendRefusesBadPdusBeforeTheModem) {
             VORN_INVALID_PARAM);
   EXPECT_TRUE(vt::logged("not support E_SMS_PAL_SEND_AND_SAVE.\n"));
   EXPECT_EQ(vorn_sms_pal_send_msg_ZNRD(big, -4, 0, nullptr, 0, 0), VORN_INVALID_PARAM);
+  EXPECT_EQ(vorn_sms_pal_send_msg(big, -4, 0, nullptr), VORN_INVALID_PARAM);
+  EXPECT_TRUE(vt::logged("pdu_len err=-4.\n"));
   EXPECT_EQ(vorn_sms_pal_send_msg_ZNRD(kSubmit.data(), static_cast<int32_t>(kSubmit.size()), 0, nullptr, 0, 2),
             VORN_FAILURE);
   EXPECT_TRUE(vt::logged("is_ims err=2.\n"));
