@@ -230,6 +230,13 @@ class ServiceModule {
        }));
   }
 
+  // Runs fn(state) under the state's mutex: for a module's control API.
+  template <class Fn>
+  auto with_state(Fn fn) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return fn(state_);
+  }
+
  private:
   void reset() {
     {

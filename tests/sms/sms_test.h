@@ -1,6 +1,7 @@
-// Helpers of the SMS codec tests: hex, the corpus files, the GSM alphabet as
-// the standard defines it (to compare septets with libgammu's text), and
-// records built through the assembly functions.
+// Helpers of the SMS tests: hex, the corpus files, the GSM alphabet as the
+// standard defines it (to compare septets with libgammu's text), records
+// built through the assembly functions, and the fixture of the tests that
+// drive the family against the simulated modem.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,7 +9,14 @@
 #include <string>
 #include <vector>
 
+#include <vornpal/log.h>
+#include <vornpal/sms.h>
 #include <vornpal/sms_codec.h>
+#include <vornsim/sim.h>
+#include <vornsim/wms.h>
+
+#include "sms/messages.h"
+#include "vornpal_test.h"
 
 namespace smst {
 
@@ -54,5 +62,51 @@ sms_user_data_record &user_data(sms_message_record &record);
 void add_header(sms_message_record &record, const sms_udh_element &element);
 sms_udh_element concat8(uint8_t ref, uint8_t total, uint8_t seq);
 sms_udh_element concat16(uint16_t ref, uint8_t total, uint8_t seq);
+
+// ---- the family against the simulated modem ----------------------------------
+
+constexpr vornsim::Svc kWms = vornsim::Svc::WMS;
+inline size_t count(unsigned msg_id) { return vt::count(kWms, msg_id); }
+
+// Each test starts on a fresh modem with the family stopped, its
+// configuration words at their defaults, no AP database and every log line
+// recorded; the events of the family go to `events`.
+class SmsPalTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // vorn_sms_pal_init, with the requests and log lines of the start forgotten.
+  void start_family();
+  // A fresh AP store on a new /data/sms_msg.db.
+  static void fresh_ap_store();
+  static void forget_traffic() {
+    vornsim::clear_requests();
+    vornsim::clear_diag();
+  }
+  // The events so far, once the modem delivered what it had queued; then
+  // forgotten.
+  std::vector<vt::Events::Event> take_events() {
+    std::vector<vt::Events::Event> taken = events.taken();
+    std::lock_guard<std::mutex> lock(events.mutex);
+    events.list.clear();
+    return taken;
+  }
+  vt::Events events;
+};
+
+// The AP store's handle, as the store layer gives it back.
+inline sms_store_handle *ap_handle() { return vorn_sms_store_init(SMS_STORE_KIND_SQLITE, 100); }
+
+// A route message of event 4 or 5: the head and the bytes behind it.
+struct RouteMessage {
+  sms_route_message head;
+  Bytes bytes;
+};
+RouteMessage route_message(const vt::Events::Event &event);
+
+// The text of a message's parts, joined by their concatenation headers (in
+// any order), with the GSM default alphabet, the Spanish national single
+// shift table when the header names it, or UCS-2.
+std::u16string joined_text(const std::vector<sms_message_record> &parts);
 
 }  // namespace smst

@@ -1,181 +1,29 @@
-// SMS PDUs without a modem: text to submit PDUs, one per part, and PDUs to
-// every field of the decoded record.
-#include <algorithm>
+// SMS from the command line: PDUs without a modem (encode, decode), and
+// messages through the modem (send, list, read, delete) with the tool
+// acting as the daemon that receives them; SMS events for `watch`.
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include <vornpal/device.h>
+#include <vornpal/sms.h>
 #include <vornpal/sms_codec.h>
 
 #include "ctl.h"
-#include "sms/unicode.h"
+#include "sms_receiver.h"
+#include "sms_text.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using ctl::sms::Alphabet;
+using ctl::sms::EncodeOptions;
 
-// --- text ----------------------------------------------------------------------
-
-bool unhex(const std::string &text, Bytes &out) {
-  if (text.size() % 2 != 0) return false;
-  out.clear();
-  for (size_t i = 0; i < text.size(); i += 2) {
-    long long value = 0;
-    if (!ctl::parse_number("0x" + text.substr(i, 2), value)) return false;
-    out.push_back(static_cast<uint8_t>(value));
-  }
-  return true;
-}
-
-// Septets as the library turns them into text (UCS-2 hex, then UTF-8).
-std::string septets_to_utf8(const uint8_t *septets, size_t count) {
-  std::vector<uint8_t> buffer(septets, septets + count);
-  buffer.push_back(0);
-  std::vector<char> ucs2(count * 4 + 1);
-  if (DecodeData(buffer.data(), static_cast<uint16_t>(count), 1, ucs2.data(), SMS_CHSET_UCS2) ==
-      nullptr)
-    return "";
-  Bytes octets;
-  unhex(ucs2.data(), octets);
-  return vorn::sms::utf16be_to_utf8(octets.data(), octets.size());
-}
-
-// --- encoding ----------------------------------------------------------------------
-
-enum class Alphabet { kGsm7, kUcs2, kOctets };
-
-// One character of the message, as the text argument of vorn_sms_encode_data
-// takes it, with what it costs in the user data.
-struct Unit {
-  std::string text;  // UCS-2 hex for 7-bit and UCS-2 text, hex for octets
-  unsigned cost;     // septets or octets
-};
-
-// Septets the library writes for one character; 0 when it has none.
-unsigned septet_cost(const std::string &ucs2_hex) {
-  sms_user_data_record ud{};
-  if (vorn_sms_encode_data(&ud, ucs2_hex.c_str(), static_cast<uint32_t>(ucs2_hex.size()), -1, 0x00,
-                           SMS_CHSET_UCS2) != 1)
-    return 0;
-  return ud.sm_len;
-}
-
-std::vector<Unit> units_of(const std::string &text, Alphabet &alphabet) {
-  std::vector<Unit> units;
-  if (alphabet == Alphabet::kOctets) {
-    for (size_t i = 0; i + 1 < text.size(); i += 2) units.push_back({text.substr(i, 2), 1});
-    return units;
-  }
-  for (uint32_t c : vorn::sms::code_points(text)) {
-    std::string hex;
-    for (uint16_t u : vorn::sms::utf16_units(c)) {
-      char unit[5];
-      std::snprintf(unit, sizeof unit, "%04X", u);
-      hex += unit;
-    }
-    units.push_back({hex, static_cast<unsigned>(hex.size() / 2)});
-  }
-  if (alphabet == Alphabet::kUcs2) return units;
-  std::vector<Unit> septets = units;
-  for (Unit &unit : septets) {
-    unit.cost = septet_cost(unit.text);
-    if (unit.cost == 0) {  // not in the GSM alphabet: the whole message goes in UCS-2
-      alphabet = Alphabet::kUcs2;
-      return units;
-    }
-  }
-  return septets;
-}
-
-struct EncodeOptions {
-  std::string number, text, smsc, validity = "167";
-  Alphabet alphabet = Alphabet::kGsm7;
-  int message_class = -1;
-  bool status_report = false, ref16 = false;
-  long long ref = -1;
-  std::vector<sms_udh_element> headers;  // ports
-};
-
-uint8_t dcs_of(const EncodeOptions &o) {
-  static constexpr uint8_t kAlphabetBits[] = {0x00, 0x08, 0x04};
-  uint8_t dcs = kAlphabetBits[static_cast<int>(o.alphabet)];
-  return o.message_class < 0 ? dcs : static_cast<uint8_t>(0x10 | dcs | o.message_class);
-}
-
-int first_octet_of(const EncodeOptions &o) {
-  int validity_format = o.validity.empty() ? 0 : o.validity.find('/') != std::string::npos ? 3 : 2;
-  return 0x01 | validity_format << 3 | (o.status_report ? 0x20 : 0);
-}
-
-// User data capacity of a part with these headers.
-unsigned capacity(const EncodeOptions &o, const std::vector<sms_udh_element> &headers) {
-  unsigned header =
-      ComputeUserDataHeaderLength(static_cast<uint8_t>(headers.size()), headers.data());
-  if (o.alphabet != Alphabet::kGsm7) return SMS_USER_DATA_MAX_OCTETS - header;
-  return 160 - (header * 8 + 6) / 7;
-}
-
-std::vector<std::vector<Unit>> split(const std::vector<Unit> &units, unsigned room) {
-  std::vector<std::vector<Unit>> parts(1);
-  unsigned used = 0;
-  for (const Unit &unit : units) {
-    if (used + unit.cost > room) {
-      parts.emplace_back();
-      used = 0;
-    }
-    parts.back().push_back(unit);
-    used += unit.cost;
-  }
-  return parts;
-}
-
-sms_udh_element concat(const EncodeOptions &o, uint16_t ref, size_t total, size_t seq) {
-  sms_udh_element e{};
-  e.header_id = o.ref16 ? SMS_UDH_CONCAT_16 : SMS_UDH_CONCAT_8;
-  if (o.ref16)
-    e.body.concat_16 = {ref, static_cast<uint8_t>(total), static_cast<uint8_t>(seq)};
-  else
-    e.body.concat_8 = {static_cast<uint8_t>(ref), static_cast<uint8_t>(total),
-                       static_cast<uint8_t>(seq)};
-  return e;
-}
-
-// The submit PDU of one part as hex: a service centre address, or "00" for
-// the default one.
-int encode_part(const EncodeOptions &o, const std::vector<Unit> &part,
-                const std::vector<sms_udh_element> &headers, std::string &hex) {
-  sms_message_record record{};
-  record.kind = SMS_KIND_SUBMIT;
-  sms_submit_record &submit = record.body.submit;
-  int fo = first_octet_of(o);
-  if (vorn_sms_fill_pdu_fields(&record, fo, 0, dcs_of(o), o.validity.c_str()) != 0) return -1;
-  if (!vorn_sms_str_to_addr(&submit.destination_address, o.number.c_str(), nullptr, 1)) return -2;
-  std::string text;
-  for (const Unit &unit : part) text += unit.text;
-  int chset = o.alphabet == Alphabet::kGsm7 ? SMS_CHSET_UCS2 : SMS_CHSET_HEX;
-  if (!vorn_sms_encode_data(&submit.user_data, text.c_str(), static_cast<uint32_t>(text.size()), -1,
-                            dcs_of(o), static_cast<uint32_t>(chset)))
-    return -3;
-  for (const sms_udh_element &e : headers)
-    submit.user_data.headers[submit.user_data.num_headers++] = e;
-  if (!headers.empty()) submit.flags |= SMS_SUBMIT_UDHI;
-  uint8_t pdu[SMS_PDU_BUFFER_SIZE + 12];
-  uint32_t length = 0;
-  if (o.smsc.empty()) {
-    int tpdu = EncodeSubmit(&submit, pdu + 1);
-    if (tpdu < 0) return tpdu;
-    pdu[0] = 0;
-    length = static_cast<uint32_t>(tpdu) + 1;
-  } else {
-    if (!vorn_sms_str_to_addr(&record.sc_address, o.smsc.c_str(), nullptr, 1)) return -2;
-    if (int rc = vorn_sms_encode(SMS_PROTOCOL_GW_PP, pdu, sizeof pdu, &record, &length); rc != 0)
-      return rc;
-  }
-  hex = ctl::hex(pdu, length);
-  return 0;
-}
+// --- options ---------------------------------------------------------------------
 
 bool parse_encode_options(const ctl::Args &args, EncodeOptions &o, std::string &error) {
   std::vector<std::string> positional;
@@ -239,43 +87,170 @@ bool parse_encode_options(const ctl::Args &args, EncodeOptions &o, std::string &
     positional.push_back(a);
   }
   if (positional.size() != 2) {
-    error = "usage: sms encode NUMBER TEXT [options]";
+    error = "give NUMBER and TEXT";
     return false;
   }
   o.number = positional[0];
   o.text = positional[1];
+  if (o.alphabet == Alphabet::kOctets) {
+    std::string octets;
+    if (!ctl::parse_hex(o.text, octets)) {
+      error = "--8bit takes the data as hex";
+      return false;
+    }
+  }
   return true;
 }
 
 int sms_encode(const ctl::Args &args, ctl::Output &out) {
   EncodeOptions o;
+  std::vector<Bytes> pdus;
   std::string error;
-  if (!parse_encode_options(args, o, error)) return ctl::fail(out, error, 2);
-  Bytes octets;
-  if (o.alphabet == Alphabet::kOctets && !unhex(o.text, octets))
-    return ctl::fail(out, "--8bit takes the data as hex", 2);
-  std::vector<Unit> units = units_of(o.text, o.alphabet);
-  std::vector<std::vector<Unit>> parts = split(units, capacity(o, o.headers));
-  if (parts.size() > 1) {
-    std::vector<sms_udh_element> with_concat = o.headers;
-    with_concat.push_back(concat(o, 0, 2, 1));
-    parts = split(units, capacity(o, with_concat));
+  if (!parse_encode_options(args, o, error) || !ctl::sms::encode_parts(o, pdus, error))
+    return ctl::fail(out, error, 2);
+  for (const Bytes &pdu : pdus) out.line(ctl::hex(pdu.data(), pdu.size()));
+  return 0;
+}
+
+// --- through the modem --------------------------------------------------------------
+
+constexpr int kLoopWaitMs = 5000;
+
+std::string digits_of(const std::string &number) {
+  std::string digits;
+  for (char c : number)
+    if (c >= '0' && c <= '9') digits += c;
+  return digits;
+}
+
+// The family started as a daemon starts it, with the AP store open.
+bool start_family(ctl::Output &out) {
+  if (vorn_sms_pal_ap_init() != 0) {
+    ctl::fail(out, "cannot open the AP store", 1);
+    return false;
   }
-  if (parts.size() > 255) return ctl::fail(out, "text too long", 2);
-  // A reference of the text's own when none is given, so that the same
-  // text gives the same PDUs.
-  uint32_t ref = 0;
-  for (char c : o.text) ref = ref * 31 + static_cast<uint8_t>(c);
-  ref = o.ref >= 0 ? static_cast<uint32_t>(o.ref) : ref;
-  for (size_t i = 0; i < parts.size(); ++i) {
-    std::vector<sms_udh_element> headers = o.headers;
-    if (parts.size() > 1)
-      headers.push_back(concat(o, static_cast<uint16_t>(ref), parts.size(), i + 1));
-    std::string hex;
-    if (int rc = encode_part(o, parts[i], headers, hex); rc != 0)
-      return ctl::fail(out, "cannot encode part " + std::to_string(i + 1), rc);
-    out.line(hex);
+  if (vorn_sms_pal_init() != 0) {
+    ctl::fail(out, "the SMS service does not answer", 1);
+    return false;
   }
+  return true;
+}
+
+int sms_send(const ctl::Args &args, ctl::Output &out) {
+  EncodeOptions o;
+  std::vector<Bytes> pdus;
+  std::string error;
+  if (!parse_encode_options(args, o, error) || !ctl::sms::encode_parts(o, pdus, error))
+    return ctl::fail(out, error, 2);
+  // The receiver first: what waited at the centre arrives during the start.
+  std::vector<std::string> received;
+  std::mutex received_mutex;
+  ctl::sms::Receiver receiver([&](const std::string &line) {
+    std::lock_guard<std::mutex> lock(received_mutex);
+    received.push_back(line);
+  });
+  if (!start_family(out)) return 1;
+  for (size_t i = 0; i < pdus.size(); ++i) {
+    uint32_t reference = 0;
+    int rc = vorn_sms_pal_send_msg(pdus[i].data(), static_cast<int32_t>(pdus[i].size()), E_SMS_PAL_SEND_ONLY, &reference);
+    if (rc != 0) return ctl::fail(out, "part " + std::to_string(i + 1) + " not sent", rc);
+    out.field(pdus.size() > 1 ? "reference" + std::to_string(i + 1) : "reference", static_cast<int>(reference));
+  }
+  // To the device's own number, the parts come back through the network.
+  char own[64] = {};
+  if (vorn_deivce_pal_get_msisdn(own, sizeof own) == 0 && !digits_of(own).empty() &&
+      digits_of(own) == digits_of(o.number)) {
+    receiver.wait_for(pdus.size(), kLoopWaitMs);
+    std::lock_guard<std::mutex> lock(received_mutex);
+    for (const std::string &line : received) out.line("received: " + line);
+  }
+  return 0;
+}
+
+struct Store {
+  const char *name;
+  uint32_t storage;
+};
+constexpr Store kStores[] = {{"sim", SMS_STORAGE_UIM}, {"nv", SMS_STORAGE_NV}, {"ap", SMS_STORAGE_AP}};
+constexpr const char *kStatusNames[] = {"unread", "read", "not-sent", "sent"};
+
+const Store *store_named(const std::string &name) {
+  for (const Store &s : kStores)
+    if (name == s.name) return &s;
+  return nullptr;
+}
+
+bool read_message(uint32_t storage, uint32_t index, sms_store_message &record) {
+  if (storage == SMS_STORAGE_AP) return vorn_sms_pal_ap_read_msg(static_cast<int32_t>(index), &record, 1) == 1;
+  return vorn_sms_pal_read_msg(storage, static_cast<int32_t>(index), &record) == 1;
+}
+
+std::vector<sms_index_status> indexes(uint32_t storage) {
+  std::vector<sms_index_status> pairs(255);
+  int n = storage == SMS_STORAGE_AP
+              ? vorn_sms_pal_ap_get_valid_index(SMS_LIST_ALL, pairs.data(), static_cast<uint32_t>(pairs.size()))
+              : vorn_sms_pal_get_valid_index(storage, SMS_LIST_ALL, pairs.data(), static_cast<uint32_t>(pairs.size()));
+  pairs.resize(static_cast<size_t>(n > 0 ? n : 0));
+  return pairs;
+}
+
+std::string status_name(uint32_t status) { return status < 4 ? kStatusNames[status] : "?"; }
+
+int sms_list(const ctl::Args &args, ctl::Output &out) {
+  std::vector<const Store *> stores;
+  if (args.size() == 2 && args[0] == "--store") {
+    if (const Store *s = store_named(args[1])) stores.push_back(s);
+    else return ctl::fail(out, "no store " + args[1] + " (sim, nv, ap)", 2);
+  } else if (!args.empty()) {
+    return ctl::fail(out, "usage: sms list [--store sim|nv|ap]", 2);
+  } else {
+    for (const Store &s : kStores) stores.push_back(&s);
+  }
+  if (!start_family(out)) return 1;
+  for (const Store *s : stores) {
+    for (const sms_index_status &pair : indexes(s->storage)) {
+      sms_store_message record{};
+      std::string text = read_message(s->storage, pair.index, record)
+                             ? ctl::sms::describe(record.sms_pdu_data, record.sms_pdu_len)
+                             : "cannot be read";
+      out.line(std::string(s->name) + " " + std::to_string(pair.index) + " " + status_name(pair.status) + " " + text);
+    }
+  }
+  return 0;
+}
+
+// The store and index of the arguments, with the family started: 0, or the
+// exit status of the failure.
+int store_and_index(const ctl::Args &args, const Store *&store, uint32_t &index, ctl::Output &out) {
+  long long n = 0;
+  store = args.size() == 2 ? store_named(args[0]) : nullptr;
+  if (store == nullptr || !ctl::parse_number(args[1], n) || n < 0)
+    return ctl::fail(out, "give STORE (sim, nv, ap) and INDEX", 2);
+  index = static_cast<uint32_t>(n);
+  return start_family(out) ? 0 : 1;
+}
+
+int sms_read(const ctl::Args &args, ctl::Output &out) {
+  const Store *store = nullptr;
+  uint32_t index = 0;
+  if (int rc = store_and_index(args, store, index, out); rc != 0) return rc;
+  sms_store_message record{};
+  if (!read_message(store->storage, index, record))
+    return ctl::fail(out, std::string("no message ") + store->name + " " + std::to_string(index), 1);
+  out.field("status", status_name(record.sms_status));
+  out.field("pdu", ctl::hex(record.sms_pdu_data, record.sms_pdu_len));
+  out.field("message", ctl::sms::describe(record.sms_pdu_data, record.sms_pdu_len));
+  return 0;
+}
+
+int sms_delete(const ctl::Args &args, ctl::Output &out) {
+  const Store *store = nullptr;
+  uint32_t index = 0;
+  if (int rc = store_and_index(args, store, index, out); rc != 0) return rc;
+  int rc = store->storage == SMS_STORAGE_AP ? vorn_sms_pal_ap_delete_msg(index, 0)
+                                            : vorn_sms_pal_delete_msg(store->storage, index, 0);
+  if (rc != 0) return ctl::fail(out, std::string("cannot delete ") + store->name + " " + std::to_string(index), rc);
+  out.field("deleted", std::string(store->name) + " " + std::to_string(index));
   return 0;
 }
 
@@ -288,8 +263,7 @@ std::string hex_octet(unsigned value) {
 }
 
 std::string address(const sms_address_record &a) {
-  if (a.number_of_digits == 0) return "";
-  if (a.digit_mode == 1) return septets_to_utf8(a.digits, a.number_of_digits);
+  if (a.number_of_digits == 0 || a.digit_mode == 1) return ctl::sms::address_text(a);
   char text[SMS_ADDRESS_TEXT_SIZE];
   uint8_t type = 0;
   DecodeAddrToStr(a, text, &type);
@@ -349,12 +323,6 @@ std::string header_text(const sms_udh_element &e) {
   return text;
 }
 
-std::string user_text(const sms_dcs_record &dcs, const sms_user_data_record &ud) {
-  if (dcs.alphabet == SMS_ALPHABET_7BIT) return septets_to_utf8(ud.sm_data, ud.sm_len);
-  if (dcs.alphabet == SMS_ALPHABET_UCS2) return vorn::sms::utf16be_to_utf8(ud.sm_data, ud.sm_len);
-  return ctl::hex(ud.sm_data, ud.sm_len);
-}
-
 // Parts of concatenated messages, for the joined text.
 struct Concatenated {
   unsigned total = 0;
@@ -364,7 +332,7 @@ struct Concatenated {
 void put_user_data(ctl::Output &out, const std::string &p, const sms_dcs_record &dcs,
                    const sms_user_data_record &ud, std::map<unsigned, Concatenated> &messages) {
   out.field(p + "dcs", dcs_text(dcs));
-  std::string text = user_text(dcs, ud);
+  std::string text = ctl::sms::user_text(dcs, ud);
   for (int i = 0; i < ud.num_headers; ++i) {
     const sms_udh_element &e = ud.headers[i];
     out.field(p + "header" + std::to_string(i + 1), header_text(e));
@@ -453,9 +421,9 @@ int sms_decode(const ctl::Args &args, ctl::Output &out) {
       direction = SMS_DIRECTION_MO;
       continue;
     }
-    Bytes pdu;
-    if (!unhex(a, pdu) || pdu.empty()) return ctl::fail(out, "not a hex PDU: " + a, 2);
-    pdus.push_back(pdu);
+    std::string pdu;
+    if (!ctl::parse_hex(a, pdu) || pdu.empty()) return ctl::fail(out, "not a hex PDU: " + a, 2);
+    pdus.push_back(Bytes(pdu.begin(), pdu.end()));
   }
   if (pdus.empty()) return ctl::fail(out, "usage: sms decode HEX [HEX]... [--command]", 2);
   std::map<unsigned, Concatenated> messages;
@@ -483,6 +451,23 @@ ctl::Registrar reg({
      "submit PDUs in hex, one line per part", sms_encode},
     {"sms decode", "HEX [HEX]... [--command]",
      "every field of decoded PDUs; the joined text of complete concatenated messages", sms_decode},
+    {"sms send", "NUMBER TEXT [encode options]",
+     "split, encode and send; the message references (and, to the own number, where the parts came back)",
+     sms_send},
+    {"sms list", "[--store sim|nv|ap]", "the stored messages with their text", sms_list},
+    {"sms read", "STORE INDEX", "one stored message (STORE: sim, nv, ap)", sms_read},
+    {"sms delete", "STORE INDEX", "delete one stored message", sms_delete},
 });
+
+// watch: the family's events, with the messages received as the daemon
+// would keep them.
+std::unique_ptr<ctl::sms::Receiver> watch_receiver;
+
+void start_watch(const ctl::Emit &emit) {
+  watch_receiver = std::make_unique<ctl::sms::Receiver>([emit](const std::string &line) { emit("sms", line); });
+  if (vorn_sms_pal_ap_init() != 0 || vorn_sms_pal_init() != 0) emit("sms", "the SMS service does not answer");
+}
+
+ctl::WatchRegistrar watch_source({"sms", start_watch});
 
 }  // namespace
