@@ -34,6 +34,9 @@ class UsimTest : public ::testing::Test {
     vornsim::reset();  // also in the child of a death test
     vorn_set_log_level(0);
     ASSERT_EQ(vorn_usim_pal_init(), 0);
+    // The family reads files by the card type of its last state query.
+    usim_state_record state{};
+    ASSERT_EQ(vorn_usim_pal_get_usim_state(&state), 0);
     idle_reassembly();
     vornsim::clear_requests();
     vornsim::clear_diag();
