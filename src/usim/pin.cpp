@@ -33,13 +33,13 @@ void open_session(Req &req, uint32_t slot, const char *log_format) {
   VORN_LOG_AS("vorn_qmi_uim_pin", VORN_INFO, log_format, static_cast<int>(req.session_information.session_type));
 }
 
-// A value into its field, bounded as the platform's fortified copy bounds
-// it: by what is left of the request from the field on.
+// A value with its terminator into its field, bounded as the platform's
+// fortified copy bounds it: by what is left of the request from the field on.
 template <class Req>
 void put_value(Req &req, char *field, uint32_t &len_field, const char *value) {
   const size_t len = std::strlen(value);
   const size_t room = sizeof req - static_cast<size_t>(field - reinterpret_cast<char *>(&req));
-  vorn::checked_memcpy(field, room, value, len);
+  vorn::checked_memcpy(field, room, value, len + 1);
   len_field = static_cast<uint32_t>(len);
 }
 
