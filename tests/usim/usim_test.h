@@ -46,11 +46,13 @@ class UsimTest : public ::testing::Test {
     for (; registrations_ > 0; --registrations_) vorn_usim_pal_event_unregister(Events::record);
     vorn_set_log_level(1);
   }
-  // Registers the fixture's collector.
+  // Registers the fixture's collector; what the registration itself
+  // raised and asked is forgotten.
   void listen() {
     ASSERT_EQ(vorn_usim_pal_event_register(Events::record, &events), 0);
     ++registrations_;
     forget_events();
+    vornsim::clear_requests();
   }
   // Drops what the collector received so far.
   void forget_events() {
