@@ -103,6 +103,12 @@ void slot_status(const State &s, Report &out) {
   }
 }
 
+// A card that goes or restarts takes its channels with it.
+void close_channels(State &s) {
+  s.channel_aid.clear();
+  s.channel_pending.clear();
+}
+
 // ---- PIN -----------------------------------------------------------------------
 
 std::string value_of(const char *value, uint32_t len) {
@@ -235,7 +241,7 @@ void power(State &s, Card *card, bool on, uim_result_resp_msg_v01 &resp) {
   card->powered = on;
   // A card that comes up asks for its PIN again.
   card->pin_verified = 0;
-  s.channels.clear();
+  close_channels(s);
   report(s, true);
 }
 
@@ -246,7 +252,7 @@ void switch_slot(State &s, const usim::SwitchSlot::Req &req, usim::SwitchSlot::R
   const uint32_t target = req.physical_slot - 1;
   if (target == s.active) return refuse_with(resp, kErrNoEffect);
   s.active = target;
-  s.channels.clear();
+  close_channels(s);
   report(s, true);
 }
 
@@ -279,7 +285,7 @@ void change_card(int slot, void (*fn)(Card &)) {
   if (slot < 0 || slot > 1) return;
   uim_module.with_state([&](State &s) {
     fn(s.cards[slot]);
-    s.channels.clear();
+    close_channels(s);
     report(s, true);
   });
 }
@@ -379,7 +385,7 @@ void card_error(int slot, uint32_t error_code) {
   if (slot < 0 || slot > 1) return;
   uim_module.with_state([&](State &s) {
     s.cards[slot].error_code = error_code == 0 ? 1 : error_code;
-    s.channels.clear();
+    close_channels(s);
     report(s, false);
   });
 }

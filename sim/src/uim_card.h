@@ -48,12 +48,6 @@ struct Card {
   std::map<uint32_t, Bytes> records;  // (file id << 8) | record number
 };
 
-// A logical channel and the answer its applet keeps for GET RESPONSE.
-struct Channel {
-  Bytes aid;
-  Bytes pending;
-};
-
 struct State {
   Card cards[2];
   uint32_t active = kUsimSlot;  // physical slot of logical slot 1
@@ -66,8 +60,10 @@ struct State {
   Bytes eid;
   std::string smdp_address;
   uint32_t next_token = 1;
-  // Of this process only.
-  std::map<uint32_t, Channel> channels;
+  // Open logical channels: the AID each selected, and the answer its
+  // applet keeps for GET RESPONSE (of this process only).
+  std::map<uint32_t, Bytes> channel_aid;
+  std::map<uint32_t, Bytes> channel_pending;
   size_t piece_size = kApduFieldMax;
   unsigned piece_delay_ms = 0;
   bool lose_last_piece = false;
@@ -84,6 +80,7 @@ struct State {
     visit("eid", eid);
     visit("smdp_address", smdp_address);
     visit("next_token", next_token);
+    visit("channel_aid", channel_aid);
   }
 
  private:

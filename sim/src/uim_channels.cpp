@@ -42,23 +42,25 @@ Bytes fci(const Bytes &aid) {
   return out;
 }
 
-Bytes applet_answer(int slot, Channel &channel, const Bytes &apdu) {
+// The applet of one channel: `aid` what it selected, `pending` what waits
+// for GET RESPONSE.
+Bytes applet_answer(int slot, Bytes &aid, Bytes &pending, const Bytes &apdu) {
   if (apdu.size() < 4) return sw(0x67, 0x00);
   const uint8_t ins = apdu[1];
   switch (ins) {
     case kSelect: {
       if (apdu[2] != 0x04 || apdu.size() < 5) return sw(0x6A, 0x86);
-      Bytes aid(apdu.begin() + 5, apdu.begin() + std::min<size_t>(apdu.size(), 5u + apdu[4]));
-      if (!hosts(slot, aid)) return sw(0x6A, 0x82);
-      channel.aid = aid;
-      channel.pending = fci(aid);
-      return sw(0x61, static_cast<uint8_t>(channel.pending.size()));
+      Bytes selected(apdu.begin() + 5, apdu.begin() + std::min<size_t>(apdu.size(), 5u + apdu[4]));
+      if (!hosts(slot, selected)) return sw(0x6A, 0x82);
+      aid = selected;
+      pending = fci(aid);
+      return sw(0x61, static_cast<uint8_t>(pending.size()));
     }
     case kGetResponse: {
-      if (channel.pending.empty()) return sw(0x69, 0x85);
-      size_t le = apdu.size() > 4 && apdu[4] != 0 ? apdu[4] : channel.pending.size();
-      Bytes out(channel.pending.begin(), channel.pending.begin() + std::min(le, channel.pending.size()));
-      channel.pending.clear();
+      if (pending.empty()) return sw(0x69, 0x85);
+      size_t le = apdu.size() > 4 && apdu[4] != 0 ? apdu[4] : pending.size();
+      Bytes out(pending.begin(), pending.begin() + std::min(le, pending.size()));
+      pending.clear();
       out.push_back(0x90);
       out.push_back(0x00);
       return out;
@@ -89,9 +91,10 @@ void open_channel(State &s, const usim::OpenLogicalChannel::Req &req, usim::Open
   Bytes aid(req.aid, req.aid + (req.aid_valid ? req.aid_len : 0));
   if (!aid.empty() && !hosts(slot_of(s, *card), aid)) return refuse_with(resp, kErrFileNotFound);
   uint32_t id = 1;
-  while (id <= kMaxChannels && s.channels.count(id) != 0) ++id;
+  while (id <= kMaxChannels && s.channel_aid.count(id) != 0) ++id;
   if (id > kMaxChannels) return refuse_with(resp, kErrInsufficientResources);
-  s.channels[id] = Channel{aid, {}};
+  s.channel_aid[id] = aid;
+  s.channel_pending.erase(id);
   resp.channel_id_valid = 1;
   resp.channel_id = static_cast<uint8_t>(id);
   resp.card_result_valid = 1;
@@ -106,7 +109,8 @@ void open_channel(State &s, const usim::OpenLogicalChannel::Req &req, usim::Open
 
 void close_channel(State &s, const usim::LogicalChannel::Req &req, usim::LogicalChannel::Resp &resp) {
   if (channel_card(s, req.slot) == nullptr) return refuse_with(resp, kErrDeviceNotReady);
-  if (!req.channel_id_valid || s.channels.erase(req.channel_id) == 0) return refuse_with(resp, kErrInvalidArg);
+  if (!req.channel_id_valid || s.channel_aid.erase(req.channel_id) == 0) return refuse_with(resp, kErrInvalidArg);
+  s.channel_pending.erase(req.channel_id);
   resp.card_result_valid = 1;
   resp.card_result = {0x90, 0x00};
 }
@@ -138,15 +142,11 @@ void send_apdu(State &s, const usim::SendApdu::Req &req, usim::SendApdu::Resp &r
   Card *card = channel_card(s, req.slot);
   if (card == nullptr) return refuse_with(resp, kErrDeviceNotReady);
   if (req.apdu_len > QMI_UIM_APDU_DATA_MAX_V01) return refuse_with(resp, kErrInvalidArg);
+  // Channel 0, the basic channel, is always open.
   const uint32_t id = req.channel_id_valid ? req.channel_id : 0;
-  static Channel basic;
-  Channel *channel = &basic;
-  if (id != 0) {
-    auto it = s.channels.find(id);
-    if (it == s.channels.end()) return refuse_with(resp, kErrInvalidArg);
-    channel = &it->second;
-  }
-  Bytes answer = applet_answer(slot_of(s, *card), *channel, Bytes(req.apdu, req.apdu + req.apdu_len));
+  if (id != 0 && s.channel_aid.count(id) == 0) return refuse_with(resp, kErrInvalidArg);
+  Bytes answer = applet_answer(slot_of(s, *card), s.channel_aid[id], s.channel_pending[id],
+                               Bytes(req.apdu, req.apdu + req.apdu_len));
   if (answer.size() <= kApduFieldMax) {
     resp.apdu_valid = 1;
     resp.apdu_len = static_cast<uint32_t>(answer.size());
@@ -184,8 +184,8 @@ void lose_last_piece(bool lose) {
 std::vector<std::pair<int, std::string>> channels() {
   return module().with_state([](State &s) {
     std::vector<std::pair<int, std::string>> out;
-    for (const auto &[id, channel] : s.channels)
-      out.emplace_back(static_cast<int>(id), saved::hex(channel.aid.data(), channel.aid.size()));
+    for (const auto &[id, aid] : s.channel_aid)
+      if (id != 0) out.emplace_back(static_cast<int>(id), saved::hex(aid.data(), aid.size()));
     return out;
   });
 }
