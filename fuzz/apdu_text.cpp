@@ -39,6 +39,7 @@ bool asks_for_a_long_answer(const std::string &text) {
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   require_sandbox();
   setenv("VORNPAL_TIME_SCALE", "100", 0);
+  vornsim::reset();  // the modem's services with their handlers and cards
   vorn_set_log_level(4);
   vornsim::set_diag_record(false);
   if (vorn_usim_pal_init() != 0) std::abort();

@@ -33,11 +33,15 @@ constexpr FileOfType kFiles[] = {{0, false},      {0x2FE2, false}, {0x6F07, fals
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   require_sandbox();
   setenv("VORNPAL_TIME_SCALE", "100", 0);
+  vornsim::reset();  // the modem's services with their handlers and cards
   vorn_set_log_level(4);  // failures log at level 3: keep the runs quiet
   vornsim::set_diag_record(false);
   if (vorn_usim_pal_init() != 0) std::abort();
   usim_state_record state{};
-  vorn_usim_pal_get_usim_state(&state);
+  usim_info_record info{};
+  if (vorn_usim_pal_get_usim_state(&state) != 0 ||
+      vorn_usim_pal_get_usim_info(E_OEM_USIM_SIMINFO_TYPE_ICCID, &info) != 0)
+    std::abort();  // a harness that reads nothing fuzzes nothing
   return 0;
 }
 

@@ -96,7 +96,7 @@ void slot_status(const State &s, Report &out) {
     if (card.present) {
       Bytes iccid = iccid_of(s, slot);
       entry.iccid_len = static_cast<uint32_t>(std::min(iccid.size(), sizeof entry.iccid));
-      std::memcpy(entry.iccid, iccid.data(), entry.iccid_len);
+      if (entry.iccid_len > 0) std::memcpy(entry.iccid, iccid.data(), entry.iccid_len);
     }
     out.slot_info[slot].is_euicc = slot == kEuiccSlot ? 1 : 0;
     out.slot_info[slot].num_app = app_type(s, slot) == UIM_APP_TYPE_UNKNOWN_V01 ? 0 : 1;

@@ -102,7 +102,7 @@ void read_transparent(State &s, const usim::ReadTransparent::Req &req, usim::Rea
   ok_status(resp.card_result);
   resp.read_result_valid = 1;
   resp.read_result.content_len = static_cast<uint32_t>(len);
-  std::memcpy(resp.read_result.content, content.data() + offset, len);
+  if (len > 0) std::memcpy(resp.read_result.content, content.data() + offset, len);
 }
 
 void read_record(State &s, const usim::ReadRecord::Req &req, usim::ReadRecord::Resp &resp) {
@@ -116,7 +116,7 @@ void read_record(State &s, const usim::ReadRecord::Req &req, usim::ReadRecord::R
   ok_status(resp.card_result);
   resp.read_result_valid = 1;
   resp.read_result.content_len = static_cast<uint32_t>(len);
-  std::memcpy(resp.read_result.content, it->second.data(), len);
+  if (len > 0) std::memcpy(resp.read_result.content, it->second.data(), len);
 }
 
 }  // namespace
