@@ -4,6 +4,7 @@
 // APDU reassembly idle, and leaves no callback registered.
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>

@@ -124,6 +124,7 @@ int pin_verify(const ctl::Args &args, ctl::Output &out) {
 
 int pin_change(const ctl::Args &args, ctl::Output &out) {
   if (args.size() != 2) return ctl::fail(out, "usage: sim pin change OLD NEW", 2);
+  if (args[0].size() >= 16 || args[1].size() >= 16) return ctl::fail(out, "a PIN has at most 15 characters", 2);
   vorn_usim_pal_init();
   return pin_result(out, vorn_usim_pal_modify_pin_code(args[0].c_str(), args[1].c_str()), "PIN");
 }
