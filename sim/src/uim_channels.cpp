@@ -34,9 +34,14 @@ bool hosts(int slot, const Bytes &aid) {
   return slot == kEuiccSlot && aid == unhex(kIsdRAid);
 }
 
+// FCI template: the application's AID (tag 84) and empty proprietary data.
 Bytes fci(const Bytes &aid) {
-  Bytes out = {0x6F, static_cast<uint8_t>(aid.size() + 4), 0x84, static_cast<uint8_t>(aid.size())};
-  out.insert(out.end(), aid.begin(), aid.end());
+  Bytes out;
+  out.reserve(aid.size() + 6);
+  for (uint8_t byte : {uint8_t{0x6F}, static_cast<uint8_t>(aid.size() + 4), uint8_t{0x84},
+                       static_cast<uint8_t>(aid.size())})
+    out.push_back(byte);
+  for (uint8_t byte : aid) out.push_back(byte);
   out.push_back(0xA5);
   out.push_back(0x00);
   return out;

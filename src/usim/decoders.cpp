@@ -5,6 +5,7 @@
 #include "usim/decoders.h"
 
 #include <cstddef>
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 
@@ -68,7 +69,8 @@ int decode_imsi(const uint8_t *src, int len, usim_info_record *out) {
   const int mnc_len = out->ad[3];
   VORN_LOG_AS("vorn_usim_decode_siminfo", VORN_INFO, "len of mnc in the imsi:%d.\n", mnc_len);
   std::memset(out->plmn, 0, sizeof out->plmn);
-  std::strncpy(out->plmn, out->imsi, mnc_len == 3 ? 6 : 5);
+  const size_t digits = mnc_len == 3 ? 6 : 5;
+  std::memcpy(out->plmn, out->imsi, std::min(digits, strnlen(out->imsi, sizeof out->imsi)));
   VORN_LOG_AS("vorn_usim_decode_siminfo", VORN_INFO, "Info, IMSI:[%s] PLMN:[%s].\n", out->imsi,
               out->plmn);
   return 0;
