@@ -220,6 +220,13 @@ class ServiceModule {
   // Answers message Msg of the library's table: fn(state, request, response)
   // runs under the state's mutex (handlers run on the clients' threads,
   // several at once). The response starts zeroed; refuse_with() refuses.
+  // Runs fn(state) under the state's mutex: for a module's control API.
+  template <class Fn>
+  auto with_state(Fn fn) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return fn(state_);
+  }
+
   template <class Msg, class Fn>
   void serve(Fn fn) {
     using Req = typename Msg::Req;

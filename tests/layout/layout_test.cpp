@@ -5,6 +5,7 @@
 #include <vornpal/platform/common_v01.h>
 #include <vornpal/platform/diag.h>
 #include <vornpal/qmi.h>
+#include <vornpal/usim.h>
 
 #include "vornpal_test.h"
 
@@ -28,6 +29,13 @@ const Layout kLayouts[] = {
     VT_LAYOUT(vorn_qmi_client, 20, true),
     VT_LAYOUT(wds_client_info, 36, true),
     VT_LAYOUT(wds_service_info, 4 + 42 * 16 + 12, true),
+    VT_LAYOUT(usim_slot_record, 216, false),
+    VT_LAYOUT(usim_state_record, 244, false),
+    VT_LAYOUT(usim_status_payload, 12, false),
+    VT_LAYOUT(usim_pinlock_info, 20, false),
+    VT_LAYOUT(usim_info_record, 432, false),
+    VT_LAYOUT(esim_profile_entry, 8, false),
+    VT_LAYOUT(esim_profile_info, 80, false),
 };
 
 TEST(Layout, RecordSizesOfTheTarget) {

@@ -75,6 +75,9 @@ int run(char **argv, const std::string &state_dir, const std::function<int()> &c
   vornsim::reset();
   vornsim::load_state(kModemStore);
   int rc = command();
+  // Indications still on their way would reach the library while the
+  // process ends and its statics go.
+  vornsim::drain();
   vornsim::save_state(kModemStore);
   return rc;
 }
