@@ -51,33 +51,8 @@ int vorn_voice_pal_check_ims_service() {
 // The settings of the response as the log shows them, in its order.
 template <class Resp, class Log>
 void each_setting(const Resp &r, Log &&log) {
-#define VORN_IMS_SETTING(name) log(#name, r.name##_valid, static_cast<int>(r.name))
-  VORN_IMS_SETTING(volte_enabled);
-  VORN_IMS_SETTING(videotelephony_enabled);
-  VORN_IMS_SETTING(mobile_data_enabled);
-  VORN_IMS_SETTING(service_mask_by_network_enabled);
-  VORN_IMS_SETTING(wifi_calling_enabled);
-  VORN_IMS_SETTING(call_mode_preference);
-  VORN_IMS_SETTING(wifi_calling_in_roaming_enabled);
-  VORN_IMS_SETTING(wifi_provisioning_id);
-  VORN_IMS_SETTING(ims_service_enabled);
-  VORN_IMS_SETTING(ut_enabled);
-  VORN_IMS_SETTING(sms_enabled);
-  VORN_IMS_SETTING(dan_enabled);
-  VORN_IMS_SETTING(ussd_enabled);
-  VORN_IMS_SETTING(mwi_enabled);
-  VORN_IMS_SETTING(presence_enabled);
-  VORN_IMS_SETTING(autoconfig_enabled);
-  VORN_IMS_SETTING(xdm_client_enabled);
-  VORN_IMS_SETTING(rcs_messaging_enabled);
-  VORN_IMS_SETTING(call_mode_pref_roam_enabled);
-  VORN_IMS_SETTING(rtt_enabled);
-  VORN_IMS_SETTING(call_mode_roam_preference);
-  VORN_IMS_SETTING(carrier_config_enabled);
-  VORN_IMS_SETTING(call_mode_preference_ext);
-  VORN_IMS_SETTING(call_mode_roam_preference_ext);
-  VORN_IMS_SETTING(mmtel_call_composer_config_enabled);
-  VORN_IMS_SETTING(options_config_enabled);
+#define VORN_IMS_SETTING(name) log(#name, r.name##_valid, static_cast<int>(r.name));
+  VORN_IMS_SERVICE_SETTINGS(VORN_IMS_SETTING)
 #undef VORN_IMS_SETTING
 }
 

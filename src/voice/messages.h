@@ -16,6 +16,36 @@
 
 #include "qmi/message.h"
 
+// The IMS service settings in the order of the service's messages, each
+// a valid flag `<name>_valid` and a value: X(name) for each.
+#define VORN_IMS_SERVICE_SETTINGS(X) \
+  X(volte_enabled) \
+  X(videotelephony_enabled) \
+  X(mobile_data_enabled) \
+  X(service_mask_by_network_enabled) \
+  X(wifi_calling_enabled) \
+  X(call_mode_preference) \
+  X(wifi_calling_in_roaming_enabled) \
+  X(wifi_provisioning_id) \
+  X(ims_service_enabled) \
+  X(ut_enabled) \
+  X(sms_enabled) \
+  X(dan_enabled) \
+  X(ussd_enabled) \
+  X(mwi_enabled) \
+  X(presence_enabled) \
+  X(autoconfig_enabled) \
+  X(xdm_client_enabled) \
+  X(rcs_messaging_enabled) \
+  X(call_mode_pref_roam_enabled) \
+  X(rtt_enabled) \
+  X(call_mode_roam_preference) \
+  X(carrier_config_enabled) \
+  X(call_mode_preference_ext) \
+  X(call_mode_roam_preference_ext) \
+  X(mmtel_call_composer_config_enabled) \
+  X(options_config_enabled)
+
 namespace vorn::voice {
 
 using qmi::NoRequest;
