@@ -18,6 +18,8 @@
 #include <vornsim/ims.h>
 #include <vornsim/voice.h>
 
+#include <gtest/gtest-spi.h>
+
 #include "vornpal_test.h"
 #include "voice/messages.h"
 
@@ -98,11 +100,25 @@ class VoiceFreshTest : public ::testing::Test {
     vorn_set_log_level(1);
   }
   static void in_fresh_process(const std::function<void()> &body) {
+    if (vt::emulated()) GTEST_SKIP() << "needs to re-execute the test binary";
     EXPECT_EXIT(
         {
-          body();
-          std::fflush(stdout);
-          std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+          // The child's failures reach the parent through its standard error.
+          ::testing::TestPartResultArray results;
+          {
+            ::testing::ScopedFakeTestPartResultReporter intercept(
+                ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ALL_THREADS, &results);
+            body();
+          }
+          int failures = 0;
+          for (int i = 0; i < results.size(); ++i) {
+            const ::testing::TestPartResult &result = results.GetTestPartResult(i);
+            if (!result.failed()) continue;
+            ++failures;
+            std::fprintf(stderr, "%s:%d: %s\n", result.file_name() ? result.file_name() : "?",
+                         result.line_number(), result.message());
+          }
+          std::_Exit(failures == 0 ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
   }
