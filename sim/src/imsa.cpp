@@ -55,6 +55,9 @@ void reevaluate(State &s) {
 
 void install(ServiceModule<State> &m) {
   m.serve<vv::ImsaGetRegistrationStatus>([](State &s, const auto &, auto &resp) {
+    // A change of the settings that the modem's thread has not carried over
+    // yet is already in force.
+    reevaluate(s);
     resp.ims_registered_valid = 1;
     resp.ims_registered = s.status == IMSA_STATUS_REGISTERED_V01;
     resp.ims_reg_status_valid = 1;
