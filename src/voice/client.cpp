@@ -105,16 +105,12 @@ qmi::ServiceClient voice_handle{kVoiceSetup};
 qmi::ServiceClient ims_handle{kImssSetup};
 qmi::ServiceClient imsa_handle{kImsaSetup};
 
-void vorn_qmi_ims_client_init_success() {
-  VORN_LOG_AS("vorn_qmi_ims_client_init", VORN_INFO, "IMS client inited success, handle %d\n",
-              voice::handle_number(ims_handle.handle()));
-}
-
 // A new client is bound before it is announced: the IMS stack serves the
 // subscription a client is bound to.
 void bind_imss() {
   voice::vorn_voice_pal_bind_subscription();
-  vorn_qmi_ims_client_init_success();
+  VORN_LOG_AS("vorn_qmi_ims_client_init", VORN_INFO, "IMS client inited success, handle %d\n",
+              voice::handle_number(ims_handle.handle()));
 }
 
 void bind_imsa() {

@@ -43,7 +43,8 @@ bool network_notify(const std::string &text, Coding coding);
 // A question of the network that opens a session; the application's answer
 // is thanked for and the session released. False while a session is open.
 bool network_request(const std::string &text, Coding coding);
-// The network ends the open session. False when none is open.
+// The network ends the open session. False when none is open (kept for
+// later, and true, while no client listens).
 bool network_release();
 
 // How long the network waits for an answer, in modem milliseconds.
