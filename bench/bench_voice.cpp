@@ -36,6 +36,7 @@ void BM_VoiceRawAnswer(benchmark::State &state) {
   qmi_client_os_params os{};
   qmi_client_init_instance(voice_get_service_object_internal_v02(2, 125, 6), 65535, nullptr,
                            nullptr, &os, 1000, &handle);
+  if (handle == nullptr) state.SkipWithError("no VOICE client");
   voice_answer_ussd_req_msg_v02 req{};
   req.uss_info.uss_dcs = USS_DCS_ASCII_V02;
   req.uss_info.uss_data_len = 1;
@@ -55,6 +56,8 @@ void BM_VoiceAnswerUssd(benchmark::State &state) {
   const std::string text = state.range(0) == 0 ? std::string(160, '7')
                                                : std::string(60, ' ') + std::string(
                                                      "\u041e\u0442\u0432\u0435\u0442 \u2116 \u20ac");
+  if (vorn_voice_pal_answer_ussd(text.c_str(), static_cast<uint32_t>(text.size())) != 0)
+    state.SkipWithError("the answer does not reach the modem");
   for (auto _ : state)
     benchmark::DoNotOptimize(vorn_voice_pal_answer_ussd(text.c_str(), static_cast<uint32_t>(text.size())));
 }
