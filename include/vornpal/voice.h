@@ -132,7 +132,10 @@ typedef struct {
 } ussd_release_event;
 
 /* What the SIM's call control made of a synchronous origination (208
- * bytes). modification 0: the request went out as it was. */
+ * bytes). modification 0: the request went out as it was, and only the
+ * alpha fields (cleared when the modem gave none) are written besides.
+ * Otherwise call_id (255 when unknown), is_alpha_relayed and is_ims_request
+ * are written, and the service type and reason when the modem gave them. */
 typedef struct {
   uint32_t modification;
   uint32_t ss_service_type;
@@ -220,8 +223,8 @@ VORNPAL_API int vorn_voice_pal_set_ims_state(uint32_t enable);
 /*
  * IMS registration: ims_registered 1 when registered, ims_reg_status the
  * modem's status (0 not registered, 1 registering, 2 registered, 3 limited).
- * Each is written only when the modem reports it. VORN_FAILURE when the
- * request fails, also for a missing IMSA client.
+ * Each is written only when the modem reports it. VORN_FAILURE for a null
+ * pointer and when the request fails, also for a missing IMSA client.
  */
 VORNPAL_API int vorn_voice_pal_get_imsa_state(uint32_t *ims_registered, uint32_t *ims_reg_status);
 
