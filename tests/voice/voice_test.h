@@ -80,6 +80,9 @@ class VoiceTest : public ::testing::Test {
     return fresh;
   }
 
+  // How many events new_events() gave so far.
+  size_t seen() const { return seen_; }
+
   vt::Events events;
 
  private:
