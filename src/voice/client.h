@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "qmi/service_client.h"
 #include "voice/messages.h"
@@ -17,6 +18,17 @@ using qmi::Sent;
 qmi::ServiceClient &voice_client();
 qmi::ServiceClient &imss_client();
 qmi::ServiceClient &imsa_client();
+
+// An enumerated field as the modem sent it, also a value that the
+// enumeration does not name: reading one through the enumeration's type
+// would be undefined.
+template <class E>
+uint32_t raw(const E &field) {
+  static_assert(sizeof(E) == sizeof(uint32_t), "enumerations of the services are 32-bit");
+  uint32_t value;
+  std::memcpy(&value, &field, sizeof value);
+  return value;
+}
 
 // A client handle as the family's log lines show it ("handle %d").
 inline int handle_number(qmi_client_type handle) {

@@ -125,7 +125,7 @@ VORNPAL_API int vorn_voice_pal_set_ims_state(uint32_t enable) {
     VORN_LOG(VORN_ERR,
              "QMI_IMS_SETTINGS_SET_IMS_SERVICE_ENABLE_CONFIG_REQ_V01 , settings_resp_valid: %d, "
              "settings_resp: %d.\n",
-             resp.settings_resp_valid, static_cast<int>(resp.settings_resp));
+             resp.settings_resp_valid, static_cast<int>(voice::raw(resp.settings_resp)));
     return VORN_VOICE_IMS_SET_FAILED;
   }
   VORN_LOG(VORN_INFO, "QMI_IMS_SETTINGS_SET_IMS_SERVICE_ENABLE_CONFIG_REQ_V01 success.\n");
@@ -147,7 +147,7 @@ VORNPAL_API int vorn_voice_pal_get_imsa_state(uint32_t *ims_registered, uint32_t
     VORN_LOG(VORN_INFO, "get ims_registered %d.\n", static_cast<int>(*ims_registered));
   }
   if (resp.ims_reg_status_valid != 0) {
-    *ims_reg_status = static_cast<uint32_t>(resp.ims_reg_status);
+    *ims_reg_status = voice::raw(resp.ims_reg_status);
     VORN_LOG(VORN_INFO, "get ims_reg_status %d.\n", static_cast<int>(*ims_reg_status));
   }
   return VORN_OK;

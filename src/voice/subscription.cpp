@@ -65,7 +65,7 @@ void voice::vorn_voice_pal_bind_subscription() {
   if (!request<ImsGetActiveSubscriptionStatus>(imss_client(), Guard::None, status_req, status))
     return;
   VORN_LOG(VORN_DBUG, "common_resp_valid:%d,common_resp:%d.\n", status.common_resp_valid,
-           static_cast<int>(status.common_resp));
+           static_cast<int>(raw(status.common_resp)));
   std::optional<uint32_t> type = chosen_subscription(status, __func__);
   if (!type) return;
   ims_bind_subscription_req_msg_v01 bind{};

@@ -113,7 +113,7 @@ class SessionMove {
 uint32_t modification_of(const voice_orig_ussd_resp_msg_v02 &resp) {
   static constexpr uint32_t kByResultType[] = {1, 3, 16, 10};
   if (resp.cc_result_type_valid == 0) return 0;
-  uint32_t type = static_cast<uint32_t>(resp.cc_result_type);
+  uint32_t type = voice::raw(resp.cc_result_type);
   VORN_LOG_AS("vorn_voice_pal_originate_ussd", VORN_INFO, "res_type = %d\n",
               static_cast<int>(type));
   return type < 4 ? kByResultType[type] : 0;
@@ -124,7 +124,7 @@ void fill_result(const voice_orig_ussd_resp_msg_v02 &resp, ussd_originate_result
   if (resp.alpha_id_valid != 0) {
     uint32_t len = resp.alpha_id.alpha_text_len;
     if (len > sizeof result.alpha_text) len = sizeof result.alpha_text;
-    result.alpha_dcs = static_cast<uint32_t>(resp.alpha_id.alpha_dcs);
+    result.alpha_dcs = voice::raw(resp.alpha_id.alpha_dcs);
     result.alpha_length = len;
     std::memcpy(result.alpha_text, resp.alpha_id.alpha_text, len);
   } else {
@@ -136,7 +136,7 @@ void fill_result(const voice_orig_ussd_resp_msg_v02 &resp, ussd_originate_result
     // The reply text comes by indication; the response's copy is only shown.
     if (resp.uss_info_valid != 0)
       VORN_LOG_AS("vorn_voice_pal_originate_ussd", VORN_INFO, "USSD Orig resp dcs=%d , len=%d\n",
-                  static_cast<int>(resp.uss_info.uss_dcs),
+                  static_cast<int>(voice::raw(resp.uss_info.uss_dcs)),
                   static_cast<int>(resp.uss_info.uss_data_len));
     if (resp.uss_info_utf16_valid != 0)
       VORN_LOG_AS("vorn_voice_pal_originate_ussd", VORN_INFO, "USSD Orig resp, utf16 len=%d\n",

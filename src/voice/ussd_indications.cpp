@@ -60,7 +60,7 @@ struct NetworkText {
 
 size_t from_uss_info(const uss_info_type_v02 &info, NetworkText &text) {
   uint32_t len = std::min<uint32_t>(info.uss_data_len, QMI_VOICE_USS_DATA_MAX_V02);
-  switch (info.uss_dcs) {
+  switch (voice::raw(info.uss_dcs)) {
     case USS_DCS_ASCII_V02:
       text.form = NetworkText::Form::Ascii;
       if (len > kAsciiMax) return 0;
@@ -78,7 +78,7 @@ size_t from_uss_info(const uss_info_type_v02 &info, NetworkText &text) {
     default:
       text.form = NetworkText::Form::UnknownCoding;
       VORN_LOG_AS("vorn_unsolicited_voice_ind", VORN_ERR, "Invalid USSD dcs : %d\n",
-                  static_cast<int>(info.uss_dcs));
+                  static_cast<int>(voice::raw(info.uss_dcs)));
       return 0;
   }
 }
@@ -132,9 +132,9 @@ void copy_further(const voice_ussd_ind_msg_v02 &ind, ussd_event &event) {
 }
 
 void copy_further(const voice_orig_ussd_no_wait_ind_msg_v02 &ind, ussd_no_wait_event &event) {
-  if ((event.error_valid = ind.error_valid) != 0) event.error = static_cast<uint32_t>(ind.error);
+  if ((event.error_valid = ind.error_valid) != 0) event.error = voice::raw(ind.error);
   if ((event.cc_result_type_valid = ind.cc_result_type_valid) != 0)
-    event.cc_result_type = static_cast<uint32_t>(ind.cc_result_type);
+    event.cc_result_type = voice::raw(ind.cc_result_type);
   if ((event.alpha_id_valid = ind.alpha_id_valid) != 0)
     event.alpha_id_len =
         put_block(event.alpha_id, ind.alpha_id.alpha_text, ind.alpha_id.alpha_text_len);
@@ -159,7 +159,7 @@ namespace vorn::voice {
 
 void on_ussd(const voice_ussd_ind_msg_v02 &ind) {
   auto *event = event_block<ussd_event>();
-  event->notification_type = static_cast<uint32_t>(ind.notification_type);
+  event->notification_type = voice::raw(ind.notification_type);
   copy_further(ind, *event);
   vorn_voice_pal_update_ussd_info(QMI_VOICE_USSD_IND_V02, event->notification_type);
 
