@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <thread>
 #include <tuple>
@@ -21,8 +22,26 @@
 #include <vornpal/platform/wireless_messaging_service_v01.h>
 
 #include "engine.h"
+#include "service_module.h"
 
 using namespace vornsim;
+
+namespace {
+
+// The mandatory part of indications, by service and message; under the
+// modem's mutex.
+std::map<Key, size_t> &indication_minimum() {
+  static std::map<Key, size_t> sizes;
+  return sizes;
+}
+
+}  // namespace
+
+void vornsim::require_indication_bytes(Svc svc, unsigned msg_id, size_t bytes) {
+  Modem &m = modem();
+  std::lock_guard<std::mutex> lock(m.mutex);
+  indication_minimum()[key(svc, msg_id)] = bytes;
+}
 
 extern "C" {
 
@@ -226,6 +245,10 @@ __attribute__((visibility("default"))) qmi_client_error_type qmi_client_message_
       return QMI_CLIENT_PARAM_ERR;
     auto fault = m.decode_faults.find(key(user_handle->svc, message_id));
     if (fault != m.decode_faults.end()) return fault->second;
+    auto minimum = indication_minimum().find(key(user_handle->svc, message_id));
+    if (req_resp_ind == QMI_IDL_INDICATION && minimum != indication_minimum().end() &&
+        msg_buf_len < minimum->second)
+      return QMI_IDL_LIB_MISSING_TLV;
   }
   std::memset(c_struct, 0, c_struct_len);
   std::memcpy(c_struct, msg_buf, std::min(msg_buf_len, c_struct_len));

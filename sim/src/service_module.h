@@ -196,6 +196,12 @@ void load(const std::string &path, Values &&values) {
 
 }  // namespace saved
 
+// ---- indications -------------------------------------------------------------
+
+// An indication of fewer bytes than `bytes` fails to decode, as one that
+// lacks a mandatory field does on the platform (QMI_IDL_LIB_MISSING_TLV).
+void require_indication_bytes(Svc svc, unsigned msg_id, size_t bytes);
+
 // ---- the module -------------------------------------------------------------
 
 template <class State>
@@ -220,7 +226,8 @@ class ServiceModule {
   // Answers message Msg of the library's table: fn(state, request, response)
   // runs under the state's mutex (handlers run on the clients' threads,
   // several at once). The response starts zeroed; refuse_with() refuses.
-  // Runs fn(state) under the state's mutex: for a module's control API.
+  // Runs fn(state) under the state's mutex, for work outside a request: the
+  // module's control API and the events of the simulated network.
   template <class Fn>
   auto with_state(Fn fn) {
     std::lock_guard<std::mutex> lock(mutex_);

@@ -38,7 +38,8 @@ vorn_qmi_client *ServiceClient::start_locked(int &result) {
     VORN_LOG_AS(texts.start_name, texts.object_found.level, "%s", texts.object_found.text);
   record->handle = nullptr;
   if (setup_.register_client(record) != 0) {
-    VORN_LOG_AS(texts.start_name, VORN_ERR, "%s", texts.register_failed);
+    if (texts.register_failed != nullptr)
+      VORN_LOG_AS(texts.start_name, VORN_ERR, "%s", texts.register_failed);
     return record;
   }
   __atomic_store_n(&record->registered, 1u, __ATOMIC_RELEASE);
@@ -143,7 +144,11 @@ void ServiceClient::dispatch(qmi_client_type handle, unsigned msg_id, const void
   int rc = qmi_client_message_decode(handle, QMI_IDL_INDICATION, msg_id, buf, len, decoded.data(),
                                      static_cast<unsigned>(entry->decoded_size));
   if (rc != QMI_NO_ERR) {
-    VORN_LOG_AS(name, VORN_ERR, "Error in decoding %s, error = %i\n", entry->decode_name, rc);
+    if (entry->decode_failed != nullptr) {
+      VORN_LOG_AS(name, VORN_ERR, entry->decode_failed, rc);
+    } else {
+      VORN_LOG_AS(name, VORN_ERR, "Error in decoding %s, error = %i\n", entry->decode_name, rc);
+    }
     if (entry->on_decode_failure != nullptr) entry->on_decode_failure();
     return;
   }

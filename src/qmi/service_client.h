@@ -78,7 +78,7 @@ struct ClientTexts {
   const char *no_memory;           // the record cannot be allocated (level 3)
   const char *no_service_object;   // level 3
   LogText object_found;
-  const char *register_failed;     // level 3
+  const char *register_failed;     // level 3; may be null
   LogText nothing_to_release;
   LogText indication_received;     // format with the message id and the length
   LogText indication_unknown;      // a message the table does not know
@@ -118,20 +118,25 @@ struct IndicationEntry {
   const char *decode_name;  // in "Error in decoding %s, error = %i\n"
   void (*handle)(Decoded &decoded);
   const char *announce;     // logged at level 1 before decoding; may be null
+  // The family's own line for a failed decoding (one %d, the error), in
+  // place of the line above; may be null.
+  const char *decode_failed = nullptr;
   void (*on_decode_failure)() = nullptr;  // after the failure is logged; may be null
 };
 
 // A row whose handler reads the decoded structure of table entry Ind.
 template <class Ind, void (*Fn)(const typename Ind::Decoded &)>
-constexpr IndicationEntry decoded(const char *announce = nullptr) {
+constexpr IndicationEntry decoded(const char *announce = nullptr,
+                                  const char *decode_failed = nullptr) {
   return {Ind::id, sizeof(typename Ind::Decoded), Ind::name,
-          [](Decoded &block) { Fn(block.as<typename Ind::Decoded>()); }, announce};
+          [](Decoded &block) { Fn(block.as<typename Ind::Decoded>()); }, announce, decode_failed};
 }
 
 // A row whose handler takes the decoded block itself.
 template <class Ind, void (*Fn)(Decoded &)>
-constexpr IndicationEntry owned(const char *announce = nullptr) {
-  return {Ind::id, sizeof(typename Ind::Decoded), Ind::name, Fn, announce};
+constexpr IndicationEntry owned(const char *announce = nullptr,
+                                const char *decode_failed = nullptr) {
+  return {Ind::id, sizeof(typename Ind::Decoded), Ind::name, Fn, announce, decode_failed};
 }
 
 struct ClientSetup {
