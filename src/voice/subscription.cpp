@@ -5,7 +5,7 @@
 // but in place.
 #include <optional>
 
-#include <vornpal/m2m.h>
+#include <vornpal/network.h>
 
 #include "foundation/log_site.h"
 #include "voice/client.h"
@@ -13,17 +13,6 @@
 namespace {
 
 namespace voice = vorn::voice;
-
-// The device's active SIM slot, for the line that tells that no
-// subscription has IMS active. The Network family's slot query
-// (vorn_network_pal_get_usim_card_slot) is the one that answers this for the
-// library; until that family is built in, the vendor service's UIM
-// selection stands in for it here, and only here.
-int active_sim_slot() {
-  uint8_t slot = 0;
-  if (vorn_m2m_pal_get_uim_select(&slot) != 0) return -1;
-  return slot;
-}
 
 template <class Resp>
 std::optional<uint32_t> active_subscription(const Resp &resp) {
@@ -53,7 +42,8 @@ template <class Resp>
 std::optional<uint32_t> chosen_subscription(const Resp &resp, const char *caller) {
   log_active(resp, caller);
   std::optional<uint32_t> type = active_subscription(resp);
-  if (!type) VORN_LOG_AS(caller, VORN_ERR, "no active subscription%d.\n", active_sim_slot());
+  if (!type) VORN_LOG_AS(caller, VORN_ERR, "no active subscription%d.\n",
+                       static_cast<int>(vorn_network_pal_get_usim_card_slot()));
   return type;
 }
 

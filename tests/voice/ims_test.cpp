@@ -5,6 +5,8 @@
 #include <vornpal/platform/qmi_client.h>
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 
+#include <vornsim/dm_cache.h>
+
 #include "voice_test.h"
 
 namespace {
@@ -155,8 +157,9 @@ TEST_F(ImsFresh, SecondSubscriptionAloneAndNoneActive) {
   });
   in_fresh_process([] {
     vornsim::ims::set_active_subscriptions(false, false, false);
+    vornsim::set_dm_cache_word(vornsim::kActiveSimSlotKey, 1);  // the device's active slot
     ASSERT_EQ(vorn_voice_pal_init(), 0);
-    EXPECT_EQ(vt::count_logged("no active subscription0.\n"), 2) << "IMSS and IMSA";
+    EXPECT_EQ(vt::count_logged("no active subscription1.\n"), 2) << "IMSS and IMSA";
     EXPECT_TRUE(vornsim::requests(kImss, QMI_IMS_BIND_SUBSCRIPTION_REQ_V01).empty());
     EXPECT_TRUE(vornsim::requests(kImsa, QMI_IMSA_SET_BIND_SUBSCRIPTION_REQ_V01).empty());
     // The clients are there all the same.
