@@ -216,7 +216,8 @@ class ServiceModule {
   ServiceModule(const ServiceModule &) = delete;
   ServiceModule &operator=(const ServiceModule &) = delete;
 
-  // fn(state) under the state's mutex: for a module's control API.
+  // Runs fn(state) under the state's mutex, for work outside a request: the
+  // module's control API and the events of the simulated network.
   template <class Fn>
   auto with_state(Fn fn) {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -226,14 +227,6 @@ class ServiceModule {
   // Answers message Msg of the library's table: fn(state, request, response)
   // runs under the state's mutex (handlers run on the clients' threads,
   // several at once). The response starts zeroed; refuse_with() refuses.
-  // Runs fn(state) under the state's mutex, for work outside a request: the
-  // module's control API and the events of the simulated network.
-  template <class Fn>
-  auto with_state(Fn fn) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return fn(state_);
-  }
-
   template <class Msg, class Fn>
   void serve(Fn fn) {
     using Req = typename Msg::Req;
@@ -242,13 +235,6 @@ class ServiceModule {
          std::lock_guard<std::mutex> lock(mutex_);
          fn(state_, req, resp);
        }));
-  }
-
-  // Runs fn(state) under the state's mutex: for a module's control API.
-  template <class Fn>
-  auto with_state(Fn fn) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return fn(state_);
   }
 
  private:
