@@ -206,9 +206,10 @@ void complete_names() {
   vorn_network_scan_result snapshot = scan_snapshot();
   for (uint8_t i = 0; i < snapshot.count && i < VORN_NETWORK_SCAN_MAX; ++i) {
     vorn_network_scan_entry &entry = snapshot.entry[i];
-    if (net::plmn_names<net::GetPlmnName>(entry.mcc, entry.mnc, 0, entry.long_name,
-                                          entry.short_name) != 0) {
-      VORN_LOG(VORN_ERR, "ERROR:QMI_NAS_GET_PLMN_NAME_REQ_MSG_V01 FAIL %d !\n", -1);
+    int rc = net::plmn_names<net::GetPlmnName>(entry.mcc, entry.mnc, 0, entry.long_name,
+                                               entry.short_name);
+    if (rc != 0) {
+      VORN_LOG(VORN_ERR, "ERROR:QMI_NAS_GET_PLMN_NAME_REQ_MSG_V01 FAIL %d !\n", rc);
       continue;
     }
     std::lock_guard<std::mutex> lock(s.scan_mutex);

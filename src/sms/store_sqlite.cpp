@@ -42,10 +42,21 @@ const char *format_statement(const char *format, ...) {
   return statement;
 }
 
-// The database of one operation: the mutex from open to close.
+// The handle of an operation that waited for the mutex may have been closed
+// meanwhile: under the mutex, only the current handle is used.
+bool closed_meanwhile(const sms_store_handle *h) {
+  if (h == current.load()) return false;
+  VORN_LOG(VORN_ERR, "invalid handle:%p,%p\n", static_cast<const void *>(h),
+           static_cast<void *>(current.load()));
+  return true;
+}
+
+// The database of one operation: the mutex from open to close. With a
+// handle, nothing is opened when that handle was closed meanwhile.
 class Session {
  public:
-  Session() : lock_(store_mutex) {
+  explicit Session(const sms_store_handle *h = nullptr) : lock_(store_mutex) {
+    if (h != nullptr && closed_meanwhile(h)) return;
     int rc = sqlite3_open(kDatabase, &db_);
     if (rc != SQLITE_OK) {
       VORN_LOG(VORN_ERR, "sqlite3_open failed: %s\n", db_ != nullptr ? sqlite3_errmsg(db_) : "no memory");
@@ -202,6 +213,7 @@ int sqlite_deinit(sms_store_handle *h) {
 int sqlite_info(sms_store_handle *h, sms_storage_info *info) {
   if (info == nullptr) return SMS_STORE_NOT_ALLOWED;
   std::lock_guard<std::mutex> lock(store_mutex);
+  if (closed_meanwhile(h)) return SMS_STORE_BAD_HANDLE;
   uint32_t used = 0;
   for (int32_t i = 0; i < h->capacity; ++i) used += h->used_info->bytes[i] & 1;
   info->used = used;
@@ -211,7 +223,7 @@ int sqlite_info(sms_store_handle *h, sms_storage_info *info) {
 
 int sqlite_read(sms_store_handle *h, uint32_t index, sms_store_message *record) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -254,7 +266,7 @@ int sqlite_read(sms_store_handle *h, uint32_t index, sms_store_message *record) 
 int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t *index) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
   if (record->sms_pdu_len > SMS_STORE_PDU_MAX) return SMS_STORE_BAD_PDU_SIZE;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   uint32_t free_index = 0;
   while (free_index < static_cast<uint32_t>(h->capacity) && in_use(h, free_index)) ++free_index;
@@ -288,7 +300,7 @@ int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t 
 }
 
 int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -309,7 +321,7 @@ int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
 
 // Read and unread swap, and so do sent and not sent; nothing else changes.
 int sqlite_modify(sms_store_handle *h, uint32_t index, uint32_t status) {
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -339,7 +351,7 @@ int sqlite_modify(sms_store_handle *h, uint32_t index, uint32_t status) {
 int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_message *record) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
   if (record->sms_pdu_len > SMS_STORE_PDU_MAX) return SMS_STORE_BAD_PDU_SIZE;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -383,7 +395,7 @@ int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_messa
 }
 
 int sqlite_list(sms_store_handle *h, uint32_t list_flag, sms_index_status *pairs, uint32_t capacity) {
-  Session session;
+  Session session(h);
   if (!session.open()) return 0;
   const bool fill = pairs != nullptr && capacity > 0;
   uint32_t count = 0;

@@ -313,10 +313,11 @@ TEST_F(NetworkStart, TriesMilestonesAndRefusals) {
   EXPECT_TRUE(already);
 
   vorn_network_pal_deinit();
+  const int clients_before = vornsim::counters().clients_live;
   vornsim::refuse_next(kNas, QMI_NAS_INDICATION_REGISTER_REQ_MSG_V01, 3);
   EXPECT_EQ(vorn_network_pal_init(), -1);
   EXPECT_TRUE(vt::logged("Network qmi event register failed, error code: 0.\n"));
-  EXPECT_EQ(vornsim::counters().clients_live, 2) << "the family's client stays open, beside the device family's";
+  EXPECT_EQ(vornsim::counters().clients_live, clients_before + 1) << "the family's client stays open";
 }
 
 }  // namespace
