@@ -141,6 +141,39 @@ std::string field_text(const char (&field)[N]) {
   return std::string(field, strnlen(field, N - 1));
 }
 
+// How a statement that carries a message's PDU failed, in the words of the
+// insert and of the rewrite, and the operation that speaks in the log.
+struct PduFailureTexts {
+  const char *operation;
+  const char *bind;  // index, sqlite's code
+  const char *step;  // index, sqlite's code
+};
+constexpr PduFailureTexts kInsertFailures = {"sqlite_write", "index=%d bind_blob error, %d\n",
+                                             "index=%d step failed rc: %d\n"};
+constexpr PduFailureTexts kRewriteFailures = {"sqlite_modify_msg", "[%d] bind_blob error, rc: %d\n",
+                                              "%d step failed rc: %d\n"};
+
+// Binds the record's PDU to the statement's one parameter and runs it.
+bool run_with_pdu(sqlite3 *db, const Statement &stmt, const sms_store_message &record, uint32_t index,
+                  const PduFailureTexts &texts) {
+  if (!stmt.ok()) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(db));
+    return false;
+  }
+  int rc = sqlite3_bind_blob(stmt.get(), 1, record.sms_pdu_data, static_cast<int>(record.sms_pdu_len),
+                             SQLITE_TRANSIENT);
+  if (rc != SQLITE_OK) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, texts.bind, static_cast<int>(index), rc);
+    return false;
+  }
+  rc = sqlite3_step(stmt.get());
+  if (rc != SQLITE_DONE) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, texts.step, static_cast<int>(index), rc);
+    return false;
+  }
+  return true;
+}
+
 bool list_takes(uint32_t list_flag, uint32_t status) {
   static constexpr uint32_t kStatusOfFlag[] = {SMS_STATUS_READ, SMS_STATUS_UNREAD, SMS_STATUS_SENT,
                                                SMS_STATUS_NOT_SENT};
@@ -278,21 +311,7 @@ int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t 
                                   static_cast<int>(free_index), static_cast<int>(record->sms_format),
                                   static_cast<int>(record->sms_status), da.c_str(), time.c_str(),
                                   static_cast<int>(record->sms_pdu_len)));
-  if (!stmt.ok()) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(session.db()));
-    return SMS_STORE_DB_FAILED;
-  }
-  int rc = sqlite3_bind_blob(stmt.get(), 1, record->sms_pdu_data, static_cast<int>(record->sms_pdu_len),
-                             SQLITE_TRANSIENT);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "index=%d bind_blob error, %d\n", static_cast<int>(free_index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
-  rc = sqlite3_step(stmt.get());
-  if (rc != SQLITE_DONE) {
-    VORN_LOG(VORN_ERR, "index=%d step failed rc: %d\n", static_cast<int>(free_index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
+  if (!run_with_pdu(session.db(), stmt, *record, free_index, kInsertFailures)) return SMS_STORE_DB_FAILED;
   set_used(h, free_index, true);
   if (index != nullptr) *index = free_index;
   VORN_LOG(VORN_INFO, "insert result:index=%d\n", static_cast<int>(free_index));
@@ -376,21 +395,7 @@ int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_messa
                                   "sms_pdu_len=%d, sms_pdu_data=:1 where sms_index=%d ",
                                   kTable, static_cast<int>(record->sms_status), da.c_str(), time.c_str(),
                                   static_cast<int>(record->sms_pdu_len), static_cast<int>(index)));
-  if (!stmt.ok()) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(session.db()));
-    return SMS_STORE_DB_FAILED;
-  }
-  int rc = sqlite3_bind_blob(stmt.get(), 1, record->sms_pdu_data, static_cast<int>(record->sms_pdu_len),
-                             SQLITE_TRANSIENT);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "[%d] bind_blob error, rc: %d\n", static_cast<int>(index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
-  rc = sqlite3_step(stmt.get());
-  if (rc != SQLITE_DONE) {
-    VORN_LOG(VORN_ERR, "%d step failed rc: %d\n", static_cast<int>(index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
+  if (!run_with_pdu(session.db(), stmt, *record, index, kRewriteFailures)) return SMS_STORE_DB_FAILED;
   return SMS_STORE_OK;
 }
 
