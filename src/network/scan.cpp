@@ -184,7 +184,12 @@ void on_scan(const nas_perform_incremental_network_scan_ind_msg_v01 &ind) {
     std::lock_guard<std::mutex> lock(s.scan_mutex);
     s.scan = result;
   }
-  post_copy(VORN_NETWORK_EVENT_SCAN_RESULT, result);
+  vorn_network_scan_result *copy = heap_copy(result);
+  if (copy == nullptr) {
+    VORN_LOG(VORN_ERR, "Error, oem_MALLOC uim status change indication message.\n");
+    return;
+  }
+  post(VORN_NETWORK_EVENT_SCAN_RESULT, copy, sizeof *copy);
 }
 
 }  // namespace vorn::network
