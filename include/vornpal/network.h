@@ -541,9 +541,178 @@ VORNPAL_API int vorn_network_pal_get_attach_state(uint32_t slot, uint32_t *state
 VORNPAL_API int vorn_network_pal_set_data_roaming_status(uint32_t enable);
 VORNPAL_API int vorn_network_pal_get_data_roaming_status(uint32_t *enable);
 
-/* ---- frequency and cell lock -------------------------------------------- */
+/* ---- network settings ---------------------------------------------------- */
 
-/* The request and answer of the lock functions (344 bytes). */
+/* Band mode and rat mode of the settings. rat_mode: 0 automatic, 1 WCDMA,
+ * 2 LTE, 4 WCDMA and LTE, 8 GSM, 9 GSM and WCDMA, 10 GSM and LTE, 11 GSM,
+ * WCDMA and LTE. Rat codes of the order: 0 GSM, 2 UMTS, 3 LTE. */
+#define VORN_NETWORK_BAND_LIST_MAX 140
+#define VORN_NETWORK_MULTI_CELL_MAX 38
+
+/* GSM mask bits. */
+#define VORN_NETWORK_GSM_900 0x02
+#define VORN_NETWORK_GSM_1800 0x08
+#define VORN_NETWORK_GSM_1900 0x10
+#define VORN_NETWORK_GSM_850 0x80
+/* UMTS mask bits: 1, 2, 4, 8, 16, 32 bands I to VI, then: */
+#define VORN_NETWORK_UMTS_VIII 0x80
+#define VORN_NETWORK_UMTS_XIX 0x80000
+
+/* Lock rat and type of a cell lock. */
+enum { VORN_CELL_LOCK_LTE = 0, VORN_CELL_LOCK_NR = 1, VORN_CELL_LOCK_WCDMA = 2 };
+enum { VORN_CELL_LOCK_PCI = 0, VORN_CELL_LOCK_FREQ = 1 };
+/* action: 1 turns the lock off (enable 0) or on again from the last lock;
+ * 4 and above set a new lock; 2 and 3 do nothing. */
+#define VORN_CELL_LOCK_ACTION_TOGGLE 1
+#define VORN_CELL_LOCK_ACTION_NEW 4
+
+/* One cell, one frequency. A get fills enable, rat, type, arfcn and pci. */
+typedef struct {
+  uint32_t enable; /* 2 (two locks) is refused for LTE */
+  uint32_t rat;    /* VORN_CELL_LOCK_* rat */
+  uint32_t type;   /* VORN_CELL_LOCK_PCI or _FREQ */
+  uint32_t arfcn;  /* EARFCN, NR-ARFCN or UARFCN */
+  uint32_t pci;
+  uint32_t scs;  /* NR subcarrier spacing code (vorn_bwlock_scs_map) */
+  uint32_t band; /* NR band index (vorn_sa_celllock_band_map) */
+  uint32_t action;
+} vorn_network_cell_lock_info; /* 32 bytes */
+
+typedef struct {
+  uint32_t freq;
+  uint32_t pci;
+  uint16_t band; /* NR */
+  uint16_t reserved_band;
+  uint16_t scs; /* NR */
+  uint16_t reserved_scs;
+  uint32_t spare;
+} vorn_network_multi_cell; /* 20 bytes */
+
+/* A list of cells, the LTE cells first (at most 20 are used), then NR cells
+ * of which the first is locked. */
+typedef struct {
+  uint32_t enable; /* 0 does nothing */
+  uint32_t lte_count;
+  uint32_t nr_count;
+  uint32_t spare;
+  vorn_network_multi_cell cell[VORN_NETWORK_MULTI_CELL_MAX];
+} vorn_network_multi_cell_lock_info;
+
+/* NR band masks: three 64-bit masks, each as its low word then its high
+ * word. */
+typedef struct {
+  uint8_t nr_valid;
+  uint32_t nr_mask[6];
+} vorn_network_nr_band_info; /* 28 bytes */
+
+/*
+ * The record of vorn_network_pal_get_network_setting and _set_: set the
+ * flag of each group to read or write; the others are neither read from
+ * nor written to the modem.
+ */
+typedef struct {
+  uint8_t regist_info_valid;
+  uint32_t regist_mode; /* 0 automatic, 1 manual */
+
+  uint8_t band_info_valid;
+  uint32_t band_mode; /* 0 automatic: every band the modem has */
+  uint32_t band;      /* get: g_band_mode, or the only band listed */
+  uint8_t gsm_valid;
+  uint32_t gsm_mask; /* VORN_NETWORK_GSM_* */
+  uint8_t umts_valid;
+  uint32_t umts_mask; /* 1 << (band - 1) for I to VI, VORN_NETWORK_UMTS_* */
+  uint8_t lte_valid;
+  /* four 64-bit masks (bit n: band 101 + n), each as its low word then its
+   * high word; a get fills the first two */
+  uint32_t lte_mask[8];
+  uint8_t band_list_len;
+  uint32_t band_list[VORN_NETWORK_BAND_LIST_MAX]; /* 900, 1800, 1900, 850; 1 to 19; 101 to 228 */
+
+  uint8_t rat_info_valid;
+  uint32_t current_rat; /* get: 0 GSM, 6 WCDMA, 7 LTE, 13 ENDC */
+  uint32_t rat_mode;    /* -1 on a get that found no mode */
+  uint8_t rat_order_valid;
+  uint8_t primary_rat;
+  uint8_t secondary_rat;
+
+  uint8_t nr_info_valid; /* refused by set, cleared by get */
+  vorn_network_nr_band_info nr_info;
+
+  uint8_t roaming_info_valid; /* not acted on */
+
+  uint8_t cell_lock_info_valid;
+  vorn_network_cell_lock_info cell_lock_info;
+  uint8_t cell_multi_lock_info_valid; /* set only */
+  vorn_network_multi_cell_lock_info cell_multi_lock_info;
+
+  uint8_t plmn_lock_info_valid;
+  uint8_t plmn_lock_enable;
+  char plmn_lock[7]; /* 5 or 6 digits */
+
+  uint8_t channl_lock_info_valid; /* logged only */
+} vorn_network_setting;
+
+/* The last band mode set. */
+VORNPAL_API extern uint32_t g_band_mode;
+
+/* 0 or the manufacturer query's result; -1 when the modem did not answer
+ * the selection query. */
+VORNPAL_API int vorn_network_pal_get_network_setting(uint32_t slot, vorn_network_setting *setting);
+/* 0; -1 when the modem refused the selection, for nr_info_valid (nothing is
+ * sent then), or when a cell lock could not be written (what went before
+ * stays). The PLMN lock cycles the radio (operating modes 1, then 0). */
+VORNPAL_API int vorn_network_pal_set_network_setting(uint32_t slot, vorn_network_setting *setting);
+/* dest := left << 32 | right */
+VORNPAL_API void vorn_network_pal_band_mask_build(uint64_t *dest, uint32_t left, uint32_t right);
+/* left := high, right := low */
+VORNPAL_API void oem_network_pal_band_mask_extract(uint32_t low, uint32_t high, uint32_t *left,
+                                                   uint32_t *right);
+
+/* ---- cell lock (EFS items through the M2M service) ---------------------- */
+
+typedef struct {
+  uint32_t value;
+  uint32_t code;
+} vorn_network_lock_code;
+
+/* Codes for clients: NR band number to band index (26 rows), subcarrier
+ * spacing in kHz to code (5 rows), bandwidth in MHz to mask (15 rows). */
+VORNPAL_API extern const vorn_network_lock_code vorn_sa_celllock_band_map[26];
+VORNPAL_API extern const vorn_network_lock_code vorn_bwlock_scs_map[5];
+VORNPAL_API extern const vorn_network_lock_code vorn_sa_bandwidth_scs_map[15];
+
+/* 1 done, 0 failed. slot 0 SIM1, 1 SIM2; other slots write no odm string. */
+VORNPAL_API int vorn_user_lock_cellcfg_exec(uint32_t rat, uint32_t type, uint32_t earfcn, uint32_t pci,
+                                            uint32_t slot);
+VORNPAL_API int vorn_user_lock_multi_lte_cellcfg_exec(const vorn_network_multi_cell_lock_info *multi);
+VORNPAL_API int vorn_5glock_pci_exec(uint32_t earfcn, uint32_t pci, uint32_t scs, uint32_t band,
+                                     uint32_t slot);
+VORNPAL_API int vorn_5glock_freq_exec(uint32_t earfcn, uint32_t scs, uint32_t slot);
+/* Each names the mode it turns off: the earfcn-only lock writes pci_lock,
+ * the pci-only lock the earfcn lock. 1 done, 0 failed. */
+VORNPAL_API int vorn_disable_celllock_erafcn_only_fun(uint32_t earfcn, uint32_t pci);
+VORNPAL_API int vorn_disable_celllock_pci_only_fun(uint32_t earfcn);
+VORNPAL_API int vorn_disable_celllock_5gpci_only_fun(uint32_t earfcn, uint32_t scs);
+VORNPAL_API int vorn_disable_celllock_5gerafcn_only_fun(uint32_t earfcn, uint32_t pci, uint32_t scs,
+                                                        uint32_t band);
+/* The list form of the NR lock, for modem software that reads it. */
+VORNPAL_API int vorn_disable_celllock_5gerafcn_only_new_baseline(uint32_t earfcn, uint32_t pci,
+                                                                 uint32_t scs, uint32_t band);
+/* The NR lock items of a SIM (_sim1, _sim2) in and out of the common ones
+ * that the modem reads. */
+VORNPAL_API int vorn_network_switch_sim_efs_del(uint32_t slot);
+/* mode 1: the 8-byte earfcn lock, mode 0: the 12-byte PCI lock; copied
+ * when it holds a lock. The read's result when copied, else 0; -1 for null. */
+VORNPAL_API int vorn_network_switch_sim_efs_copy(const char *dst, const char *src, int mode);
+VORNPAL_API int vorn_network_switch_sim_efs_change(uint32_t slot);
+VORNPAL_API int oem_network_pal_gtcelllockex_unlock(void);
+VORNPAL_API int oem_network_pal_gtcelllockex_lock_del(void);
+VORNPAL_API int oem_network_pal_get_celllockex(void);
+VORNPAL_API int vorn_network_pal_set_multi_cell_lock(void);
+
+/* ---- frequency lock ------------------------------------------------------ */
+
+/* The request and answer of the frequency lock functions (344 bytes). */
 #define VORN_NETWORK_LOCK_LTE_MAX 30
 #define VORN_NETWORK_LOCK_NR_MAX 8
 
@@ -552,6 +721,11 @@ enum {
   VORN_NETWORK_LOCK_RAT_NR = 1,
   VORN_NETWORK_LOCK_RAT_BOTH = 3
 };
+
+typedef struct {
+  uint32_t arfcn;
+  uint32_t pci; /* low 16 bits */
+} vorn_network_lte_lock_cell; /* 8 bytes */
 
 typedef struct {
   uint32_t band;
@@ -563,12 +737,23 @@ typedef struct {
 typedef struct {
   uint8_t rat;    /* VORN_NETWORK_LOCK_RAT_* */
   uint8_t enable; /* 1 lock, other unlock */
-  uint8_t reserved_lte_head[2];
+  uint8_t spare;
+  uint8_t lte_count;
   uint8_t nr_count;
   uint8_t reserved_pad[3];
-  uint32_t reserved_lte_cells[2 * VORN_NETWORK_LOCK_LTE_MAX];
+  vorn_network_lte_lock_cell lte_cell[VORN_NETWORK_LOCK_LTE_MAX];
   vorn_network_nr_lock_cell nr_cell[VORN_NETWORK_LOCK_NR_MAX];
 } vorn_network_freqlock_info;
+
+/* LTE through the modem's cell configuration (its failure only logged); NR
+ * (rat 1 or 3) through the vendor service. 0; -1. */
+VORNPAL_API int vorn_network_pal_set_freqlock(const vorn_network_freqlock_info *info);
+VORNPAL_API int vorn_network_pal_get_freqlock(vorn_network_freqlock_info *info);
+/* As above, with NR in the list form of the NR PCI lock item. */
+VORNPAL_API int oem_network_pal_set_freqlock_ext(const vorn_network_freqlock_info *info);
+VORNPAL_API int oem_network_pal_get_freqlock_ext(vorn_network_freqlock_info *info);
+/* The last lock as the modem recorded it, into cell_lock_info. 0; -1. */
+VORNPAL_API int vorn_network_pal_get_celllock_last_cfg(vorn_network_setting *setting);
 
 VORNPAL_END_DECLS
 
