@@ -60,7 +60,7 @@ typedef void (*vorn_network_event_cb)(uint32_t event_id, void *payload, uint32_t
                                       uint32_t user);
 
 /* Fields of a technology stay zero when the modem did not report it; NR has
- * no valid flag: test its values. (28 bytes) */
+ * no valid flag: test its values. (40 bytes) */
 typedef struct {
   uint32_t gsm_valid;
   int16_t gsm_rssi;
