@@ -11,6 +11,7 @@
 
 #include <vornpal/network.h>
 
+#include "cmd_network.h"
 #include "ctl.h"
 
 namespace {
@@ -111,8 +112,9 @@ void on_event(uint32_t id, void *payload, uint32_t length, uint32_t) {
   events_changed.notify_all();
 }
 
-// The family, started once for the command, with the event collector.
-bool start_family(ctl::Output &out) {
+}  // namespace
+
+bool netctl::start_family(ctl::Output &out) {
   static int started = [] {
     vorn_network_pal_event_register(on_event, 0);
     return vorn_network_pal_init();
@@ -120,6 +122,10 @@ bool start_family(ctl::Output &out) {
   if (started != 0) ctl::fail(out, "the network family did not start", started);
   return started == 0;
 }
+
+namespace {
+
+using netctl::start_family;
 
 // The events of `id` that came after `seen` events in all, waiting until
 // `done` holds or `seconds` pass.
