@@ -755,6 +755,94 @@ VORNPAL_API int oem_network_pal_get_freqlock_ext(vorn_network_freqlock_info *inf
 /* The last lock as the modem recorded it, into cell_lock_info. 0; -1. */
 VORNPAL_API int vorn_network_pal_get_celllock_last_cfg(vorn_network_setting *setting);
 
+/* ---- release version, receive chains, antenna diversity, MBN ------------ */
+
+/* LTE: 0 release C0, 1 D0; NR: 0 release 01, 1 02 (the modem's EFS bytes).
+ * A value the item does not hold leaves its output as it was. 0; -1 when an
+ * item cannot be read. */
+VORNPAL_API int vorn_network_pal_get_release_version(uint32_t *lte, uint32_t *nr);
+/* rat "LTE" or "NR", value 0 or 1. 0; -1 when the item was not written (a
+ * value other than 0 and 1 among them); 3 for another rat text. */
+VORNPAL_API int vorn_network_pal_set_release_version(const char *rat, uint32_t value);
+/* Receive chains in use: 2 or 4 from the chain item, 8 from the 8-receiver
+ * feature, else *ant_num as given. Each flag becomes 1 when its item exists
+ * and is otherwise left. Always 0. */
+VORNPAL_API int vorn_network_pal_get_umode(uint32_t *ant_num, uint32_t *rx_num_cfg_flag,
+                                           uint32_t *feature_8rx_out_flag);
+/* Parks the items of `previous` chains, then puts those of `ant_num` (0, 2,
+ * 4 or 8) in place; goes on after a failed step. The result of the last
+ * rename or write, 0 when there was none. */
+VORNPAL_API int vorn_network_pal_swicth_umode(uint32_t ant_num, uint32_t previous);
+/* Antenna diversity: 1 on. set: the write's result, 0 without a write when
+ * the item already says so. get: 0; -1 when the item cannot be read. */
+VORNPAL_API int vorn_network_pal_set_asdiv(uint8_t on);
+VORNPAL_API int vorn_network_pal_get_asdiv(uint32_t *status);
+
+/* The MBN file request: act 0 automatic selection, else the operator's file
+ * (at most 31 characters of oper_name are taken). 36 bytes. */
+typedef struct {
+  uint32_t act;
+  char oper_name[32];
+} vorn_network_mbn_request;
+
+/* Registration counters (64 bytes; the rest is the modem's). */
+typedef struct {
+  uint8_t registration_type;
+  uint8_t registration_num;
+  uint8_t deregistration_num;
+  uint8_t registration_failure;
+  uint8_t reserved[60];
+} vorn_network_reg_type;
+
+typedef struct {
+  int32_t nr_tx_pwr;
+} vorn_network_tx_power;
+
+/* 0; -1 for act not 0 without a name, or when the modem refused. */
+VORNPAL_API int vorn_network_pal_set_mbn_file(uint32_t act, const char *oper_name);
+/* The vendor command's result; the record as the modem filled it. */
+VORNPAL_API int oem_network_get_reg_type(vorn_network_reg_type *out);
+/* nr_tx_pwr as the modem left it in the record. */
+VORNPAL_API int oem_network_get_tx_power(vorn_network_tx_power *out);
+VORNPAL_API int oem_network_get_active_mbn(vorn_network_mbn_request *out);
+
+/* ---- operations this platform does not have ------------------------------ */
+
+/* Fixed results, nothing done: 0 for these, */
+VORNPAL_API int vorn_network_5gnr_time_start(void);
+VORNPAL_API int vorn_network_5gnr_time_stop(void);
+VORNPAL_API int vorn_network_pal_get_network_basic_msg(void);
+VORNPAL_API int oem_network_pal_get_NrRssi(void);
+VORNPAL_API int vorn_network_pal_set_cdrx(void);
+VORNPAL_API int vorn_network_pal_get_cdrx(void);
+VORNPAL_API int vorn_network_pal_get_lte_cinr(void);
+VORNPAL_API int oem_network_pal_get_attach_info(void);
+VORNPAL_API int oem_network_pal_get_lte_cellinfo_extra(void);
+VORNPAL_API int oem_network_pal_get_nr_cellinfo_extra(void);
+VORNPAL_API int vorn_network_pal_get_nr_reg_info(void);
+VORNPAL_API int vorn_network_pal_rrc_conn_reason(void);
+VORNPAL_API int vorn_network_pal_get_currentupTime(void);
+VORNPAL_API int vorn_network_pal_set_radio_state(void);
+VORNPAL_API int oem_network_pal_thermal_cc_control_get(void);
+VORNPAL_API int oem_network_pal_thermal_cc_control_set(void);
+/* -1 for this one (and vorn_network_pal_set_multi_cell_lock), */
+VORNPAL_API int oem_get_pci_if_endc(void);
+/* and VORN_NOT_SUPPORTED for these (and the gtcelllockex three). */
+VORNPAL_API int oem_network_pal_exec_cellscanex(void);
+VORNPAL_API int oem_network_pal_get_gtcellscanex(void);
+VORNPAL_API int oem_network_pal_set_gtcellscanex(void);
+VORNPAL_API int oem_network_pal_exec_cellscan(void);
+VORNPAL_API int oem_network_pal_set_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_clear_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_get_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_set_nr_deprioritize(void);
+VORNPAL_API int oem_network_pal_set_endc_en(void);
+VORNPAL_API int oem_network_pal_get_rejcause(void);
+VORNPAL_API int oem_gttasstate_pal(void);
+VORNPAL_API int oem_cusd_set_pal(void);
+VORNPAL_API int oem_cssn_set_pal(void);
+VORNPAL_API int oem_cssn_get_pal(void);
+
 VORNPAL_END_DECLS
 
 #endif

@@ -460,9 +460,4 @@ VORNPAL_API int vorn_network_switch_sim_efs_change(uint32_t slot) {
   return 0;
 }
 
-VORNPAL_API int oem_network_pal_gtcelllockex_unlock(void) { return VORN_NOT_SUPPORTED; }
-VORNPAL_API int oem_network_pal_gtcelllockex_lock_del(void) { return VORN_NOT_SUPPORTED; }
-VORNPAL_API int oem_network_pal_get_celllockex(void) { return VORN_NOT_SUPPORTED; }
-VORNPAL_API int vorn_network_pal_set_multi_cell_lock(void) { return -1; }
-
 }  // extern "C"

@@ -110,4 +110,24 @@ TEST_F(NetworkCtl, CellAndFrequencyLocksMoveTheDevice) {
   EXPECT_EQ(ctl("network freqlock set --nr n78:630000:45").status, 1);
 }
 
+TEST_F(NetworkCtl, ReleaseAndReceiveChains) {
+  EXPECT_EQ(ctl("network release").status, 1) << "no release items yet";
+  EXPECT_EQ(ctl("network release lte 1").status, 1) << "the NR item is still missing";
+  CtlRun set = ctl("network release nr 0");
+  EXPECT_TRUE(set.has("lte: 1 (D0)\n")) << set.output;
+  EXPECT_TRUE(set.has("nr: 0 (01)\n")) << set.output;
+  EXPECT_TRUE(ctl("--json network release").has("\"nr\": \"0 (01)\"")) << "kept between runs";
+  EXPECT_EQ(ctl("network release nr 2").status, 1);
+
+  ctl("nv write /nv/item_files/modem/LTE/ML1/ard_config_4rx_bk --hex a4");
+  CtlRun four = ctl("network umode 4");
+  EXPECT_TRUE(four.has("rx_chains: 4\n")) << four.output;
+  EXPECT_TRUE(ctl("nv read /nv/item_files/modem/lte/ML1/ard_config --hex").has("hex: A4\n"));
+  CtlRun eight = ctl("network umode 8");
+  EXPECT_TRUE(eight.has("rx_chains: 8\n")) << eight.output;
+  EXPECT_TRUE(eight.has("rx_config_item: false\n")) << eight.output;
+  EXPECT_TRUE(ctl("nv read /nv/item_files/modem/LTE/ML1/ard_config_4rx_bk --hex").has("hex: A4\n"));
+  EXPECT_EQ(ctl("network umode 3").status, 1);
+}
+
 }  // namespace

@@ -1,0 +1,72 @@
+// The radio settings the modem keeps in EFS: the 3GPP release it announces
+// per radio and the receive chains in use.
+#include <string>
+
+#include <vornpal/m2m.h>
+#include <vornpal/network.h>
+
+#include "ctl.h"
+
+namespace {
+
+// Values of the release items, as the modem software names them.
+constexpr const char *kLteReleases[] = {"C0", "D0"};
+constexpr const char *kNrReleases[] = {"01", "02"};
+constexpr uint32_t kUnread = 0xFFFFFFFF;
+
+bool start_m2m(ctl::Output &out) {
+  static const int started = vorn_m2m_pal_init();
+  if (started != 0) ctl::fail(out, "the M2M family did not start", started);
+  return started == 0;
+}
+
+template <size_t N>
+std::string release_text(const char *const (&texts)[N], uint32_t value) {
+  if (value < N) return std::to_string(value) + " (" + texts[value] + ")";
+  return "other";
+}
+
+int release(const ctl::Args &args, ctl::Output &out) {
+  if (args.size() != 0 && args.size() != 2) return ctl::fail(out, "usage: network release [lte|nr 0|1]", 1);
+  if (!start_m2m(out)) return 1;
+  if (args.size() == 2) {
+    long long value = 0;
+    if ((args[0] != "lte" && args[0] != "nr") || !ctl::parse_number(args[1], value) || value < 0 || value > 1)
+      return ctl::fail(out, "usage: network release [lte|nr 0|1]", 1);
+    int rc = vorn_network_pal_set_release_version(args[0] == "lte" ? "LTE" : "NR", static_cast<uint32_t>(value));
+    if (rc != 0) return ctl::fail(out, "the release item was not written", rc);
+  }
+  uint32_t lte = kUnread, nr = kUnread;
+  int rc = vorn_network_pal_get_release_version(&lte, &nr);
+  if (rc != 0) return ctl::fail(out, "the release items cannot be read", rc);
+  out.field("lte", release_text(kLteReleases, lte));
+  out.field("nr", release_text(kNrReleases, nr));
+  return 0;
+}
+
+int umode(const ctl::Args &args, ctl::Output &out) {
+  long long wanted = 0;
+  if (args.size() > 1 || (args.size() == 1 && (!ctl::parse_number(args[0], wanted) ||
+                                               (wanted != 0 && wanted != 2 && wanted != 4 && wanted != 8))))
+    return ctl::fail(out, "usage: network umode [0|2|4|8]", 1);
+  if (!start_m2m(out)) return 1;
+  uint32_t chains = 0, rx_config = 0, feature_8rx = 0;
+  vorn_network_pal_get_umode(&chains, &rx_config, &feature_8rx);
+  if (args.size() == 1) {
+    int rc = vorn_network_pal_swicth_umode(static_cast<uint32_t>(wanted), chains);
+    if (rc != 0) return ctl::fail(out, "the receive chains were not switched", rc);
+    chains = rx_config = feature_8rx = 0;
+    vorn_network_pal_get_umode(&chains, &rx_config, &feature_8rx);
+  }
+  out.field("rx_chains", static_cast<long long>(chains));
+  out.field("rx_config_item", rx_config != 0);
+  out.field("feature_8rx_item", feature_8rx != 0);
+  return 0;
+}
+
+ctl::Registrar reg({
+    {"network release", "[lte|nr 0|1]", "show or set the 3GPP release the modem announces", release},
+    {"network umode", "[0|2|4|8]", "show or switch the receive chains in use", umode},
+});
+
+}  // namespace
