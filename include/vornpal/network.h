@@ -755,6 +755,56 @@ VORNPAL_API int oem_network_pal_get_freqlock_ext(vorn_network_freqlock_info *inf
 /* The last lock as the modem recorded it, into cell_lock_info. 0; -1. */
 VORNPAL_API int vorn_network_pal_get_celllock_last_cfg(vorn_network_setting *setting);
 
+/* ---- carrier aggregation and capabilities -------------------------------- */
+
+#define VORN_NETWORK_CA_SCELL_MAX 4
+
+typedef struct {
+  uint16_t pci;
+  uint32_t freq;
+  uint32_t bandwidth; /* the modem's bandwidth code */
+  uint32_t band;      /* as the family numbers bands: LTE 100 + band */
+  uint32_t scell_state; /* 0 deconfigured, 1 configured, 2 activated */
+  uint8_t ul_configured;
+  uint8_t spare;
+} vorn_network_ca_scell; /* 24 bytes */
+
+/* The primary cell's pci and channel as the modem reported them; with no
+ * secondary cell in the answer but one the modem indicated, that cell is
+ * the only entry and pcell_freq reads 1 (a secondary cell is present). */
+typedef struct {
+  uint16_t pcell_pci;
+  uint16_t pcell_freq;
+  uint32_t count;
+  vorn_network_ca_scell scell[VORN_NETWORK_CA_SCELL_MAX];
+} vorn_network_cainfo;
+
+/* 0; 3 for a null record; -1 when the modem did not answer. A secondary
+ * cell the answer calls deconfigured keeps the state last indicated for
+ * it. */
+VORNPAL_API int vorn_network_pal_get_lte_cainfo(vorn_network_cainfo *info);
+
+#define VORN_NETWORK_CAP_DATA_MAX 32
+#define VORN_NETWORK_CAP_BAND_MAX 512
+
+typedef struct {
+  uint32_t band_request; /* not 0: the band list; 0: the data capabilities */
+  uint32_t umts_mask;    /* low word of the modem's GSM/UMTS mask */
+  uint8_t data_capabilities_valid;
+  uint32_t data_capabilities_len;
+  uint32_t data_capabilities[VORN_NETWORK_CAP_DATA_MAX];
+  uint32_t band_list_len;
+  uint32_t band_list[VORN_NETWORK_CAP_BAND_MAX]; /* GSM 900/1800/1900/850, WCDMA 1 to 19, LTE 100 + band, NR 500/5000 + band */
+} vorn_network_capabilities_info;
+
+/* Bands: 0 (empty lists when the modem reported none). The data
+ * capabilities come from the data bearer, which this build does not have
+ * yet: VORN_NOT_SUPPORTED. -1 for a null record. */
+VORNPAL_API int vorn_network_pal_get_capabilities_info(uint32_t slot, vorn_network_capabilities_info *info);
+/* Fills the UMTS, LTE and NR masks of each class whose valid flag is clear
+ * with every band the modem has; the flags stay as they were. 0. */
+VORNPAL_API int oem_nw_pal_fill_band_capabilities(vorn_network_setting *setting);
+
 /* ---- release version, receive chains, antenna diversity, MBN ------------ */
 
 /* LTE: 0 release C0, 1 D0; NR: 0 release 01, 1 02 (the modem's EFS bytes).

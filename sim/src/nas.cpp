@@ -412,6 +412,10 @@ void fill_sig(const Snapshot &snap, nas_sig_info_v01 &info) {
 
 // LTE and NR bandwidth codes: 20 MHz, and 100 MHz for n78, 40 MHz for n41.
 constexpr uint32_t kLte20 = 5, kNr100 = 17, kNr40 = 12, kGsmWidth = 0;
+// A secondary cell heard well enough is activated; a weaker one the modem
+// reports deconfigured.
+constexpr int kScellActiveDbm = -105;
+uint32_t scell_state(int32_t level_dbm) { return level_dbm >= kScellActiveDbm ? 2 : 0; }
 
 void fill_bands(const Snapshot &snap, nas_rf_band_info_v01 &info) {
   if (!snap.cell) return;
@@ -811,7 +815,7 @@ void install(ServiceModule<State> &m) {
       resp.scell_info_list_valid = 1;
       resp.scell_info_list[resp.scell_info_list_len++] = {static_cast<uint16_t>(other.pci),
                                                           static_cast<uint16_t>(other.channel), kLte20,
-                                                          other.band_code, 2, 0};
+                                                          other.band_code, scell_state(radio.level[i]), 0};
     }
   });
   m.serve<net::SetDataRoaming>([](State &s, const auto &req, auto &) { s.data_roaming = req.data_roam_status; });

@@ -71,6 +71,8 @@ static_assert(sizeof(vorn_network_rf_band_report) == sizeof(nas_rf_band_info_v01
 // The family's records, as a daemon on the target compiles them.
 static_assert(sizeof(vorn_network_signal_report) == 40);
 static_assert(sizeof(vorn_network_mbn_request) == 36);
+static_assert(sizeof(vorn_network_ca_scell) == 24);
+static_assert(offsetof(vorn_network_cainfo, scell) == 8);
 static_assert(sizeof(vorn_network_reg_type) == 64);
 static_assert(sizeof(vorn_network_net_record) == 232);
 static_assert(offsetof(vorn_network_net_record, cell_id) == 16);

@@ -130,4 +130,15 @@ TEST_F(NetworkCtl, ReleaseAndReceiveChains) {
   EXPECT_EQ(ctl("network umode 3").status, 1);
 }
 
+TEST_F(NetworkCtl, CarrierAggregationAndBands) {
+  CtlRun ca = ctl("network ca");
+  EXPECT_TRUE(ca.has("pcell_pci: 101\n")) << ca.output;
+  EXPECT_TRUE(ca.has("scell0: band 107 channel 3100 pci 102 activated\n")) << ca.output;
+  ctl("modem signal home-endc-b7-n78 -130 -20 0");
+  EXPECT_TRUE(ctl("network ca").has("scells: 0\n"));
+  CtlRun caps = ctl("--json network caps");
+  EXPECT_TRUE(caps.has("\"bands\": \"gsm900,gsm1800,w1,w8,b1,b2,b3,")) << caps.output;
+  EXPECT_TRUE(caps.has(",b48,b65,b70\"")) << caps.output;
+}
+
 }  // namespace

@@ -27,6 +27,7 @@ vorn_network_scan_result scan_request;
 const vorn_network_reg_info kToPartner = {0, VORN_NETWORK_REG_RAT_LTE, "23205"};
 vorn_network_setting setting;
 vorn_network_freqlock_info freqlock;
+vorn_network_cainfo cainfo;
 
 // The selection groups alone: no lock items, no radio cycle.
 int get_selection() {
@@ -82,6 +83,7 @@ TEST_F(NetworkRequests, MessagesAsTheServiceDocumentsThem) {
       row<net::PerformIncrementalScan>("vorn_network_pal_scan", [] { return vorn_network_pal_scan(0, &scan_request); }, 140, 8, 3000),
       row<net::GetSystemSelectionPreference>("vorn_network_pal_get_network_setting", get_selection, 0, 120, 3000, false),
       row<net::SetSystemSelectionPreference>("vorn_network_pal_set_network_setting", set_selection, 112, 8, 3000),
+      row<net::GetLteCphyCaInfo>("vorn_network_pal_get_lte_cainfo", [] { return vorn_network_pal_get_lte_cainfo(&cainfo); }, 0, 112, 3000),
       row<net::SetCellConfig>("vorn_network_pal_set_freqlock", lock_lte_cell, 488, 8, 3000),
       row<net::GetCellLockConfig>("vorn_network_pal_get_freqlock", read_freqlock, 0, 496, 3000, false),
       row<net::GetCellLockConfig>("oem_network_pal_get_freqlock_ext", read_freqlock_ext, 0, 496, 3000, false),
@@ -146,6 +148,7 @@ TEST_F(NetworkRequests, EachRequestFailingInTurn) {
       {"vorn_network_pal_get_network_setting", get_selection, -1, -1, true,
        {MessageResult{vornsim::Svc::DMS, QMI_DMS_GET_BAND_CAPABILITY_REQ_V01, 0, 0}}},
       {"vorn_network_pal_set_network_setting", set_selection, -1, -1, false},
+      {"vorn_network_pal_get_lte_cainfo", [] { return vorn_network_pal_get_lte_cainfo(&cainfo); }, -1, -1},
       // The modem's refusal of the cell configuration is only logged.
       {"vorn_network_pal_set_freqlock", lock_lte_cell, 0, 0},
       {"vorn_network_pal_get_freqlock", read_freqlock, 0, 0, true,
