@@ -261,7 +261,10 @@ TEST_F(CellLock, RefusalsAndFailures) {
   EXPECT_EQ(set_lock(lock_of(0, 0, 3100, 504)), -1);
   EXPECT_EQ(set_lock(lock_of(0, 0, 70000, 1)), -1);
   EXPECT_EQ(set_lock(lock_of(1, 0, 504990, 1008, 1, 40)), -1);
-  EXPECT_EQ(set_list(list_of(VORN_NETWORK_MULTI_CELL_MAX, 1)), -1);
+  // A full list of LTE cells with an NR cell after it: one cell too many.
+  vorn_network_multi_cell_lock_info too_long = list_of(VORN_NETWORK_MULTI_CELL_MAX);
+  too_long.nr_count = 1;
+  EXPECT_EQ(set_list(too_long), -1);
   EXPECT_TRUE(vt::logged("ERROR: oem_network_set_celllock fail !!!\n"));
   EXPECT_TRUE(vt::logged("ERROR: cell_multi_lock_info fail !!!\n"));
   EXPECT_EQ(vt::count(kM2m, m2m::WriteNvItem::id), 0u);

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <vornpal/m2m.h>
 #include <vornpal/network.h>
 
 #include "cmd_network.h"
@@ -15,15 +14,8 @@
 
 namespace {
 
-// The settings and locks keep items in the M2M service's EFS store, whose
-// client a daemon has started before it touches them: a deletion (a
-// rename) goes out only on a started client.
-bool start_family(ctl::Output &out) {
-  if (!netctl::start_family(out)) return false;
-  static const int m2m_started = vorn_m2m_pal_init();
-  if (m2m_started != 0) ctl::fail(out, "the M2M family did not start", m2m_started);
-  return m2m_started == 0;
-}
+// The settings and locks keep items in the M2M service's EFS store.
+bool start_family(ctl::Output &out) { return netctl::start_family(out) && netctl::start_m2m(out); }
 
 // ---- words and codes ---------------------------------------------------------------
 

@@ -3,7 +3,6 @@
 // the modem has.
 #include <string>
 
-#include <vornpal/m2m.h>
 #include <vornpal/network.h>
 
 #include "cmd_network.h"
@@ -16,12 +15,6 @@ constexpr const char *kLteReleases[] = {"C0", "D0"};
 constexpr const char *kNrReleases[] = {"01", "02"};
 constexpr uint32_t kUnread = 0xFFFFFFFF;
 
-bool start_m2m(ctl::Output &out) {
-  static const int started = vorn_m2m_pal_init();
-  if (started != 0) ctl::fail(out, "the M2M family did not start", started);
-  return started == 0;
-}
-
 template <size_t N>
 std::string release_text(const char *const (&texts)[N], uint32_t value) {
   if (value < N) return std::to_string(value) + " (" + texts[value] + ")";
@@ -30,7 +23,7 @@ std::string release_text(const char *const (&texts)[N], uint32_t value) {
 
 int release(const ctl::Args &args, ctl::Output &out) {
   if (args.size() != 0 && args.size() != 2) return ctl::fail(out, "usage: network release [lte|nr 0|1]", 1);
-  if (!start_m2m(out)) return 1;
+  if (!netctl::start_m2m(out)) return 1;
   if (args.size() == 2) {
     long long value = 0;
     if ((args[0] != "lte" && args[0] != "nr") || !ctl::parse_number(args[1], value) || value < 0 || value > 1)
@@ -51,7 +44,7 @@ int umode(const ctl::Args &args, ctl::Output &out) {
   if (args.size() > 1 || (args.size() == 1 && (!ctl::parse_number(args[0], wanted) ||
                                                (wanted != 0 && wanted != 2 && wanted != 4 && wanted != 8))))
     return ctl::fail(out, "usage: network umode [0|2|4|8]", 1);
-  if (!start_m2m(out)) return 1;
+  if (!netctl::start_m2m(out)) return 1;
   uint32_t chains = 0, rx_config = 0, feature_8rx = 0;
   vorn_network_pal_get_umode(&chains, &rx_config, &feature_8rx);
   if (args.size() == 1) {
