@@ -561,7 +561,7 @@ void read_carriers(vorn_network_info &info) {
   for (uint32_t i = 0; i < count; ++i) {
     const nas_lte_cphy_scell_entry_type_v01 &from = resp.scell_info_list[i];
     vorn_network_scc_record &to = info.scc[i];
-    to.band = from.band;
+    to.band = band_number(from.band, false).value_or(from.band);
     to.pci = from.pci;
     to.channel = from.freq;
     to.bandwidth = width_of(from.dl_bandwidth);

@@ -315,8 +315,4 @@ VORNPAL_API int vorn_network_pal_get_scan_result_build(char *out) {
   return VORN_OK;
 }
 
-VORNPAL_API int vorn_network_pal_plmn_list(void) { return VORN_OK; }
-
-VORNPAL_API int vorn_network_pal_scan_dedicated(void) { return VORN_OK; }
-
 }  // extern "C"
