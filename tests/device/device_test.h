@@ -23,6 +23,11 @@ namespace devt {
 
 namespace dev = vorn::device;
 namespace m2m = vorn::m2m;
+
+// What the calls of the table-driven tests fill and no test reads back.
+inline char scratch_text[540];
+inline uint32_t scratch_mode;
+inline vorn_device_band_capabilities scratch_caps;
 using vt::count;
 using vt::eventually;
 using vt::Events;

@@ -17,7 +17,6 @@ namespace {
 using namespace nett;
 namespace m2m = vorn::m2m;
 using Items = std::map<std::string, std::vector<uint8_t>>;
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
 constexpr char kCellLockString[] = "/nv/item_files/odm/celllock_string";
 
 std::string hex(const std::vector<uint8_t> &bytes) {

@@ -11,7 +11,6 @@ namespace {
 
 using namespace nett;
 using Bytes = std::vector<uint8_t>;
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
 
 constexpr char kLteRelease[] = "/nv/item_files/modem/lte/rrc/efs/lte_3gpp_release_ver";
 constexpr char kNrRelease[] = "/nv/item_files/modem/nr5g/RRC/nr5g_3gpp_release_ver";

@@ -27,6 +27,7 @@ namespace nett {
 
 namespace net = vorn::network;
 constexpr vornsim::Svc kNas = vornsim::Svc::NAS;
+constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
 
 struct Event {
   uint32_t id;

@@ -12,7 +12,6 @@ namespace {
 
 using namespace nett;
 namespace m2m = vorn::m2m;
-constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
 constexpr char kMarker[] = "/data/q27_set_rat_auto.txt";
 
 class NetworkSetting : public NetworkTest {

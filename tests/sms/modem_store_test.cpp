@@ -12,7 +12,6 @@ namespace sms = vorn::sms;
 namespace wms = vornsim::wms;
 
 // A submit to +49171234567 with its service centre part.
-const Bytes kSubmit = unhex("07915155000001F001000B919471214365F7000004D4F29C0E");
 
 int write(uint32_t storage, uint32_t status, uint32_t *index = nullptr) {
   return vorn_sms_pal_write_msg(storage, kSubmit.data(), static_cast<int32_t>(kSubmit.size()), status, index);

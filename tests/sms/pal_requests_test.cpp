@@ -14,8 +14,6 @@ namespace wms = vornsim::wms;
 using vt::FailureCase;
 using vt::MessageResult;
 
-const Bytes kSubmit = unhex("07915155000001F001000B919471214365F7000004D4F29C0E");
-const Bytes kDeliver = unhex("040C9194511132547600006211221000000002C834");
 uint32_t word;
 int32_t storage;
 sms_storage_info info;

@@ -12,11 +12,6 @@ using namespace smst;
 namespace sms = vorn::sms;
 namespace wms = vornsim::wms;
 
-const Bytes kSubmit = unhex("07915155000001F001000B919471214365F7000004D4F29C0E");
-
-// A deliver TPDU from +4915112345678, GSM text "Hi".
-const Bytes kDeliver = unhex("040C9194511132547600006211221000000002C834");
-
 // The event report of a message handed to the client, as built here.
 wms_event_report_ind_msg_v01 routed(uint32_t format, const Bytes &tpdu, size_t smsc_octets) {
   wms_event_report_ind_msg_v01 ind{};

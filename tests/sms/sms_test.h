@@ -23,6 +23,11 @@ namespace smst {
 using Bytes = std::vector<uint8_t>;
 
 Bytes unhex(const std::string &hex);
+
+// A submit PDU with its SMSC, and a deliver TPDU from +4915112345678 with
+// the GSM text "Hi".
+inline const Bytes kSubmit = unhex("07915155000001F001000B919471214365F7000004D4F29C0E");
+inline const Bytes kDeliver = unhex("040C9194511132547600006211221000000002C834");
 std::string hex(const uint8_t *data, size_t length);
 inline std::string hex(const Bytes &data) { return hex(data.data(), data.size()); }
 

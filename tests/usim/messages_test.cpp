@@ -8,7 +8,6 @@ namespace {
 using namespace usimt;
 using vt::row;
 
-char text[128];
 
 // Calls that succeed on a plain answer (result 0, the rest zero).
 const std::vector<vt::MessageRow> kPlainRows = {
@@ -42,20 +41,20 @@ struct AnsweredRow {
 };
 
 const AnsweredRow kAnsweredRows[] = {
-    {"get_slot_status", [] { return vorn_get_slot_status(text, 64); }, QMI_UIM_GET_SLOTS_STATUS_REQ_V01, 1, 560, 3000,
+    {"get_slot_status", [] { return vorn_get_slot_status(scratch_text, 64); }, QMI_UIM_GET_SLOTS_STATUS_REQ_V01, 1, 560, 3000,
      offsetof(uim_get_slots_status_resp_msg_v01, slot_status_valid),
      offsetof(uim_get_slots_status_resp_msg_v01, slot_status_len)},
-    {"get_imsi", [] { return vorn_usim_pal_get_imsi(text, 15); }, QMI_UIM_READ_TRANSPARENT_REQ_V01, 76, 6224, 3000,
+    {"get_imsi", [] { return vorn_usim_pal_get_imsi(scratch_text, 15); }, QMI_UIM_READ_TRANSPARENT_REQ_V01, 76, 6224, 3000,
      offsetof(uim_read_transparent_resp_msg_v01, read_result_valid)},
     {"open_channel", [] { uint32_t id; return vorn_usim_pal_open_channel("F0564F524E0001", &id); },
      QMI_UIM_OPEN_LOGICAL_CHANNEL_REQ_V01, 52, 1304, 1000, offsetof(uim_open_logical_channel_resp_msg_v01, channel_id_valid)},
-    {"send_apdu", [] { return vorn_usim_pal_send_apdu(1, "80F20000", 8, text, 64); }, QMI_UIM_SEND_APDU_REQ_V01, 1056,
+    {"send_apdu", [] { return vorn_usim_pal_send_apdu(1, "80F20000", 8, scratch_text, 64); }, QMI_UIM_SEND_APDU_REQ_V01, 1056,
      1052, 10000, offsetof(uim_send_apdu_resp_msg_v01, apdu_valid)},
     {"get_profile_list", [] { esim_profile_entry list[8]; int n; return vorn_esim_pal_get_profile_list(2, 8, list, &n); },
      QMI_UIM_GET_SIM_PROFILE_REQ_V01, 4, 92, 5000, offsetof(uim_get_sim_profile_resp_msg_v01, profile_info_valid)},
-    {"get_eid", [] { text[0] = '\0'; return vorn_esim_pal_get_eid(text, 64, 2); }, QMI_UIM_GET_EID_REQ_V01, 4, 32, 5000,
+    {"get_eid", [] { scratch_text[0] = '\0'; return vorn_esim_pal_get_eid(scratch_text, 64, 2); }, QMI_UIM_GET_EID_REQ_V01, 4, 32, 5000,
      offsetof(uim_get_eid_resp_msg_v01, eid_value_valid)},
-    {"get_euicc_default_server_address", [] { return vorn_esim_pal_get_euicc_default_server_address(2, text, 64); },
+    {"get_euicc_default_server_address", [] { return vorn_esim_pal_get_euicc_default_server_address(2, scratch_text, 64); },
      QMI_UIM_EUICC_DEFAULT_SERVER_ADDRESS_REQ_V01, 268, 532, 5000,
      offsetof(uim_euicc_default_server_address_resp_msg_v01, default_smdp_address_valid)},
 };

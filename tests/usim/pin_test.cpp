@@ -7,7 +7,6 @@ namespace {
 
 using namespace usimt;
 
-constexpr char kSlotMapping[] = "/nv/item_files/modem/uim/uimdrv/uim_extended_slot_mapping_config";
 
 class UsimPin : public UsimTest {
  protected:

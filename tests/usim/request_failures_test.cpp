@@ -13,9 +13,7 @@ using vt::FailureCase;
 using vt::MessageResult;
 
 constexpr vornsim::Svc kM2m = vornsim::Svc::M2M;
-constexpr char kHwConfig[] = "/nv/item_files/modem/uim/uimdrv/uim_hw_config";
 
-char text[128];
 usim_state_record state;
 usim_pinlock_info pinlock;
 usim_info_record info;
@@ -63,12 +61,12 @@ const FailureCase kCases[] = {
     {"vorn_usim_pal_event_register", register_once, 0, 0},
     {"vorn_usim_pal_get_usim_state", [] { return vorn_usim_pal_get_usim_state(&state); }, -1, -1, true,
      {{kUim, kCardStatus, 0, 0, 0}, {kUim, kCardStatus, 0, 0, 2}, {kUim, kSlots, 0, 0, 2}}},
-    {"vorn_get_slot_status", [] { return vorn_get_slot_status(text, 64); }, -1, -1},
+    {"vorn_get_slot_status", [] { return vorn_get_slot_status(scratch_text, 64); }, -1, -1},
     {"vorn_usim_pal_get_usim_info", [] { return vorn_usim_pal_get_usim_info(E_OEM_USIM_SIMINFO_TYPE_IMSI, &info); }, -1, -1,
      true, {{kUim, kTransparent, 0, 0, 0}}},
-    {"vorn_usim_pal_get_imsi", [] { return vorn_usim_pal_get_imsi(text, 15); }, -1, -1},
+    {"vorn_usim_pal_get_imsi", [] { return vorn_usim_pal_get_imsi(scratch_text, 15); }, -1, -1},
     // Without the card's number AT+CNUM has nothing to say, and says so with 0.
-    {"oem_usim_pal_cnum_get", [] { return oem_usim_pal_cnum_get(text); }, 0, 0},
+    {"oem_usim_pal_cnum_get", [] { return oem_usim_pal_cnum_get(scratch_text); }, 0, 0},
     {"vorn_usim_pal_get_pinlock_info", [] { return vorn_usim_pal_get_pinlock_info(&pinlock); }, -1, -1, true,
      {{kUim, kCardStatus, 0, 0, 0}, {kUim, kSlots, 0, 0, 0}}},
     // A PIN operation goes on with slot 0 when the active slot is unknown.
@@ -82,7 +80,7 @@ const FailureCase kCases[] = {
      {{kUim, QMI_UIM_CHANGE_PIN_REQ_V01, -1, -1}}, pin_required},
     {"vorn_usim_pal_open_channel", [] { return vorn_usim_pal_open_channel("F0564F524E0001", &channel); }, -1, -1},
     {"vorn_usim_pal_close_channel", [] { return vorn_usim_pal_close_channel(channel); }, -1, -1, true, {}, open_channel},
-    {"vorn_usim_pal_send_apdu", [] { return vorn_usim_pal_send_apdu(static_cast<int>(channel), "00A4040007F0564F524E0001", 24, text, 100); },
+    {"vorn_usim_pal_send_apdu", [] { return vorn_usim_pal_send_apdu(static_cast<int>(channel), "00A4040007F0564F524E0001", 24, scratch_text, 100); },
      -1, -1, true, {}, open_channel},
     // The switch and the card's power count the transport only.
     {"vorn_usim_pal_switch_slot", [] { return vorn_usim_pal_switch_slot(1); }, -1, 0},
@@ -99,10 +97,10 @@ const FailureCase kCases[] = {
     {"vorn_esim_pal_get_profile_list", [] { return vorn_esim_pal_get_profile_list(2, 8, profiles, &count_out); }, -1, -1},
     {"vorn_esim_pal_get_profile_info", [] { return vorn_esim_pal_get_profile_info(2, 1, &profile); }, -1, -1},
     {"vorn_esim_pal_update_profile_nickname", [] { return vorn_esim_pal_update_profile_nickname(2, 1, "Trip"); }, -1, -1},
-    {"vorn_esim_pal_get_eid", [] { text[0] = '\0'; return vorn_esim_pal_get_eid(text, 64, 2); }, -1, -1},
+    {"vorn_esim_pal_get_eid", [] { scratch_text[0] = '\0'; return vorn_esim_pal_get_eid(scratch_text, 64, 2); }, -1, -1},
     {"vorn_esim_pal_euicc_memory_reset", [] { return vorn_esim_pal_euicc_memory_reset(2); }, -1, -1},
     {"vorn_esim_pal_set_euicc_default_server_address", [] { return vorn_esim_pal_set_euicc_default_server_address(2, "x.example"); }, -1, -1},
-    {"vorn_esim_pal_get_euicc_default_server_address", [] { return vorn_esim_pal_get_euicc_default_server_address(2, text, 64); }, -1, -1},
+    {"vorn_esim_pal_get_euicc_default_server_address", [] { return vorn_esim_pal_get_euicc_default_server_address(2, scratch_text, 64); }, -1, -1},
 };
 
 class UsimRequestFailures : public UsimTest {};

@@ -6,9 +6,7 @@ namespace {
 
 using namespace usimt;
 
-constexpr char kHwConfig[] = "/nv/item_files/modem/uim/uimdrv/uim_hw_config";
 constexpr char kRecovery[] = "/nv/item_files/modem/uim/uimdrv/uim_extended_recovery_config";
-constexpr char kSlotMapping[] = "/nv/item_files/modem/uim/uimdrv/uim_extended_slot_mapping_config";
 
 class UsimSlots : public UsimTest {
  protected:

@@ -26,6 +26,10 @@ using vt::eventually;
 using vt::Events;
 
 constexpr vornsim::Svc kUim = vornsim::Svc::UIM;
+// What the calls of the table-driven tests fill and no test reads back.
+inline char scratch_text[128];
+constexpr char kHwConfig[] = "/nv/item_files/modem/uim/uimdrv/uim_hw_config";
+constexpr char kSlotMapping[] = "/nv/item_files/modem/uim/uimdrv/uim_extended_slot_mapping_config";
 
 inline size_t count(unsigned msg_id) { return vt::count(kUim, msg_id); }
 
