@@ -336,6 +336,16 @@ void fill_sys_part(const Snapshot &snap, const nas::Cell &cell, nas_3gpp_sys_inf
   }
 }
 
+// One RAT's service status and system information, both marked present.
+void fill_rat_part(const Snapshot &snap, const nas::Cell &cell, const nas_3gpp_srv_status_info_type_v01 &status,
+                   uint8_t &status_valid, nas_3gpp_srv_status_info_type_v01 &status_out, uint8_t &sys_valid,
+                   nas_3gpp_sys_info_type_v01 &sys) {
+  status_valid = 1;
+  status_out = status;
+  sys_valid = 1;
+  fill_sys_part(snap, cell, sys);
+}
+
 void fill_sys_info(const Snapshot &snap, nas_sys_info_v01 &info) {
   if (!snap.cell) return;
   const nas::Cell &cell = kCells[*snap.cell];
@@ -345,34 +355,26 @@ void fill_sys_info(const Snapshot &snap, nas_sys_info_v01 &info) {
   status.is_pref_data_path = 1;
   switch (cell.rat) {
     case Rat::Gsm:
-      info.gsm_srv_status_info_valid = 1;
-      info.gsm_srv_status_info = status;
-      info.gsm_sys_info_valid = 1;
-      fill_sys_part(snap, cell, info.gsm_sys_info);
+      fill_rat_part(snap, cell, status, info.gsm_srv_status_info_valid, info.gsm_srv_status_info,
+                    info.gsm_sys_info_valid, info.gsm_sys_info);
       break;
     case Rat::Wcdma:
-      info.wcdma_srv_status_info_valid = 1;
-      info.wcdma_srv_status_info = status;
-      info.wcdma_sys_info_valid = 1;
-      fill_sys_part(snap, cell, info.wcdma_sys_info);
+      fill_rat_part(snap, cell, status, info.wcdma_srv_status_info_valid, info.wcdma_srv_status_info,
+                    info.wcdma_sys_info_valid, info.wcdma_sys_info);
       break;
     case Rat::Endc:
       info.endc_available_valid = 1;
       info.endc_available = 1;
       [[fallthrough]];
     case Rat::Lte:
-      info.lte_srv_status_info_valid = 1;
-      info.lte_srv_status_info = status;
-      info.lte_sys_info_valid = 1;
-      fill_sys_part(snap, cell, info.lte_sys_info);
+      fill_rat_part(snap, cell, status, info.lte_srv_status_info_valid, info.lte_srv_status_info,
+                    info.lte_sys_info_valid, info.lte_sys_info);
       info.lte_voice_support_valid = 1;
       info.lte_voice_support = 1;
       break;
     case Rat::NrSa:
-      info.nr5g_srv_status_info_valid = 1;
-      info.nr5g_srv_status_info = status;
-      info.nr5g_sys_info_valid = 1;
-      fill_sys_part(snap, cell, info.nr5g_sys_info);
+      fill_rat_part(snap, cell, status, info.nr5g_srv_status_info_valid, info.nr5g_srv_status_info,
+                    info.nr5g_sys_info_valid, info.nr5g_sys_info);
       break;
   }
 }

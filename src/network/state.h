@@ -25,13 +25,10 @@ qmi::ServiceClient &client();
 
 // Requests of the family go out on whatever the client has: a family that
 // was never started fails each request as one to an unknown client.
-template <class Msg>
-Sent send(typename Msg::Req &req, typename Msg::Resp &resp) {
-  return client().send<Msg>(Guard::None, req, resp);
-}
-template <class Msg>
-Sent send(typename Msg::Resp &resp) {
-  return client().send<Msg>(Guard::None, resp);
+// send<Msg>(req, resp), or send<Msg>(resp) for a message without request.
+template <class Msg, class... Parts>
+Sent send(Parts &...parts) {
+  return client().send<Msg>(Guard::None, parts...);
 }
 // The result of a function that reports "the QMI code": 0, or -6.
 inline int qmi_code(const Sent &sent) { return sent.verdict == 0 ? VORN_OK : VORN_QMI_FAILURE; }

@@ -17,13 +17,10 @@ using qmi::Sent;
 
 qmi::ServiceClient &client();
 
-template <class Msg>
-Sent send(typename Msg::Req &req, typename Msg::Resp &resp) {
-  return client().send<Msg>(Guard::None, req, resp);
-}
-template <class Msg>
-Sent send(typename Msg::Resp &resp) {
-  return client().send<Msg>(Guard::None, resp);
+// send<Msg>(req, resp), or send<Msg>(resp) for a message without request.
+template <class Msg, class... Parts>
+Sent send(Parts &...parts) {
+  return client().send<Msg>(Guard::None, parts...);
 }
 
 constexpr uint32_t kActFlagUnset = 0xFFFFFFFFu;

@@ -59,6 +59,16 @@ void log_failure(const char *name, const Resp &resp) {
            static_cast<int>(resp.resp.error));
 }
 
+// One request in GSM/WCDMA message mode; a refusal is logged under `name`.
+template <class Msg>
+bool send_gw(typename Msg::Req &req, typename Msg::Resp &resp, const char *name = Msg::name) {
+  req.message_mode_valid = 1;
+  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
+  if (sms::send<Msg>(req, resp).verdict == 0) return true;
+  log_failure(name, resp);
+  return false;
+}
+
 }  // namespace
 
 extern "C" {
@@ -72,13 +82,8 @@ VORNPAL_API int vorn_sms_pal_get_storage_info(uint32_t storage, sms_storage_info
   if (info == nullptr) return VORN_FAILURE;
   wms_get_store_max_size_req_msg_v01 req{};
   req.storage_type = storage;
-  req.message_mode_valid = 1;
-  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
   wms_get_store_max_size_resp_msg_v01 resp;
-  if (sms::send<sms::GetStoreMaxSize>(req, resp).verdict != 0) {
-    log_failure("QMI_WMS_GET_STORE_MAX_SIZE_REQ_V01", resp);
-    return VORN_FAILURE;
-  }
+  if (!send_gw<sms::GetStoreMaxSize>(req, resp)) return VORN_FAILURE;
   info->total = resp.mem_store_max_size;
   info->used = resp.free_slots_valid ? resp.mem_store_max_size - resp.free_slots
                                      : resp.mem_store_max_size;
@@ -95,13 +100,8 @@ VORNPAL_API int vorn_sms_pal_get_valid_index(uint32_t storage, uint32_t list_fla
     req.tag_type_valid = 1;
     req.tag_type = list_flag;  // the list flags are the tags' own numbers
   }
-  req.message_mode_valid = 1;
-  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
   auto resp = std::make_unique<wms_list_messages_resp_msg_v01>();
-  if (sms::send<sms::ListMessages>(req, *resp).verdict != 0) {
-    log_failure("QMI_WMS_LIST_MESSAGES_REQ_V01", *resp);
-    return 0;
-  }
+  if (!send_gw<sms::ListMessages>(req, *resp)) return 0;
   const uint32_t count = std::min<uint32_t>(resp->message_tuple_len, WMS_MESSAGE_TUPLE_MAX_V01);
   for (uint32_t i = 0; i < count; ++i)
     VORN_LOG(VORN_DBUG, "LIST_MESSAGES[%d]:index=%d,tag_type=%d\n", static_cast<int>(i),
@@ -132,14 +132,8 @@ VORNPAL_API int vorn_sms_pal_delete_msg(uint32_t storage, uint32_t index, uint32
     VORN_LOG(VORN_ERR, "invalid del_flag: %d.\n", static_cast<int>(flag));
     return VORN_FAILURE;
   }
-  req.message_mode_valid = 1;
-  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
   wms_result_resp_msg_v01 resp;
-  if (sms::send<sms::Delete>(req, resp).verdict != 0) {
-    log_failure("QMI_WMS_DELETE_REQ_V01", resp);
-    return VORN_FAILURE;
-  }
-  return VORN_OK;
+  return send_gw<sms::Delete>(req, resp) ? VORN_OK : VORN_FAILURE;
 }
 
 VORNPAL_API int vorn_sms_pal_modify_msg(uint32_t storage, uint32_t index, uint32_t flag) {
@@ -152,15 +146,9 @@ VORNPAL_API int vorn_sms_pal_modify_msg(uint32_t storage, uint32_t index, uint32
   }
   req.wms_message_tag.storage_type = storage;
   req.wms_message_tag.storage_index = index;
-  req.message_mode_valid = 1;
-  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
   wms_result_resp_msg_v01 resp;
-  if (sms::send<sms::ModifyTag>(req, resp).verdict != 0) {
-    // The modem's own tools name this failure as a delete's.
-    log_failure("QMI_WMS_DELETE_REQ_V01", resp);
-    return VORN_FAILURE;
-  }
-  return VORN_OK;
+  // The modem's own tools name this failure as a delete's.
+  return send_gw<sms::ModifyTag>(req, resp, "QMI_WMS_DELETE_REQ_V01") ? VORN_OK : VORN_FAILURE;
 }
 
 VORNPAL_API int vorn_sms_pal_modify(uint32_t storage, uint32_t index,
@@ -181,13 +169,8 @@ VORNPAL_API int vorn_sms_pal_read_msg(uint32_t storage, int32_t index, sms_store
   if (storage == SMS_STORAGE_AP || !modem_storage(storage)) return 0;
   wms_raw_read_req_msg_v01 req{};
   req.message_memory_storage_identification = {storage, static_cast<uint32_t>(index)};
-  req.message_mode_valid = 1;
-  req.message_mode = WMS_MESSAGE_MODE_GW_V01;
   wms_raw_read_resp_msg_v01 resp;
-  if (sms::send<sms::RawRead>(req, resp).verdict != 0) {
-    log_failure("QMI_WMS_RAW_READ_REQ_V01", resp);
-    return 0;
-  }
+  if (!send_gw<sms::RawRead>(req, resp)) return 0;
   const wms_read_raw_message_data_type_v01 &data = resp.raw_message_data;
   std::memset(record, 0, sizeof *record);
   record->sms_pdu_len = std::min<uint32_t>(data.data_len, kPduMax);

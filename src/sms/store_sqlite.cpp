@@ -127,6 +127,29 @@ bool row_status(sqlite3 *db, uint32_t index, uint32_t &status) {
   return true;
 }
 
+// SMS_STORE_OK when the index holds a message.
+int held(const sms_store_handle *h, uint32_t index) {
+  if (in_use(h, index)) return SMS_STORE_OK;
+  VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
+  return SMS_STORE_NO_MESSAGE;
+}
+
+// The status of a message the index holds, read from its row.
+int held_status(const sms_store_handle *h, sqlite3 *db, uint32_t index, uint32_t &status) {
+  if (int rc = held(h, index); rc != SMS_STORE_OK) return rc;
+  return row_status(db, index, status) ? SMS_STORE_OK : SMS_STORE_DB_FAILED;
+}
+
+// A statement without rows; a failure is logged as "[rc] <what> error, ...".
+int exec_logged(sqlite3 *db, const char *sql, const char *what) {
+  char *error = nullptr;
+  const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &error);
+  if (rc == SQLITE_OK) return SMS_STORE_OK;
+  VORN_LOG(VORN_ERR, "[%d] %s error, %s\n", rc, what, error != nullptr ? error : "");
+  sqlite3_free(error);
+  return SMS_STORE_DB_FAILED;
+}
+
 // A text column into a fixed field, cut so that it stays terminated.
 template <size_t N>
 void copy_text(char (&field)[N], const unsigned char *text) {
@@ -258,10 +281,7 @@ int sqlite_read(sms_store_handle *h, uint32_t index, sms_store_message *record) 
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
   Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
-  if (!in_use(h, index)) {
-    VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
-    return SMS_STORE_NO_MESSAGE;
-  }
+  if (int rc = held(h, index); rc != SMS_STORE_OK) return rc;
   Statement stmt(session.db(), format_statement("select * from %s where sms_index=%d", kTable,
                                                 static_cast<int>(index)));
   if (!stmt.ok()) {
@@ -321,19 +341,12 @@ int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t 
 int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
   Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
-  if (!in_use(h, index)) {
-    VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
-    return SMS_STORE_NO_MESSAGE;
-  }
-  char *error = nullptr;
-  int rc = sqlite3_exec(session.db(),
-                        format_statement("delete from %s where sms_index=%d ", kTable, static_cast<int>(index)),
-                        nullptr, nullptr, &error);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_del error, %s\n", rc, error != nullptr ? error : "");
-    sqlite3_free(error);
-    return SMS_STORE_DB_FAILED;
-  }
+  if (int rc = held(h, index); rc != SMS_STORE_OK) return rc;
+  if (int rc = exec_logged(session.db(),
+                           format_statement("delete from %s where sms_index=%d ", kTable, static_cast<int>(index)),
+                           "sms_store_del");
+      rc != SMS_STORE_OK)
+    return rc;
   set_used(h, index, false);
   return SMS_STORE_OK;
 }
@@ -342,28 +355,17 @@ int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
 int sqlite_modify(sms_store_handle *h, uint32_t index, uint32_t status) {
   Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
-  if (!in_use(h, index)) {
-    VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
-    return SMS_STORE_NO_MESSAGE;
-  }
   uint32_t old_status = 0;
-  if (!row_status(session.db(), index, old_status)) return SMS_STORE_DB_FAILED;
+  if (int rc = held_status(h, session.db(), index, old_status); rc != SMS_STORE_OK) return rc;
   if (old_status == status) return SMS_STORE_OK;
   if (old_status > kStatusMax || status > kStatusMax || (old_status ^ 1u) != status) {
     VORN_LOG(VORN_ERR, "invalid flag:%d,%d\n", static_cast<int>(old_status), static_cast<int>(status));
     return SMS_STORE_NOT_ALLOWED;
   }
-  char *error = nullptr;
-  int rc = sqlite3_exec(session.db(),
-                        format_statement("update %s set sms_status=%d where sms_index=%d ", kTable,
-                                         static_cast<int>(status), static_cast<int>(index)),
-                        nullptr, nullptr, &error);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_modify error, %s\n", rc, error != nullptr ? error : "");
-    sqlite3_free(error);
-    return SMS_STORE_DB_FAILED;
-  }
-  return SMS_STORE_OK;
+  return exec_logged(session.db(),
+                     format_statement("update %s set sms_status=%d where sms_index=%d ", kTable,
+                                      static_cast<int>(status), static_cast<int>(index)),
+                     "sms_store_modify");
 }
 
 // Only outgoing messages are rewritten, and stay outgoing.
@@ -372,12 +374,8 @@ int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_messa
   if (record->sms_pdu_len > SMS_STORE_PDU_MAX) return SMS_STORE_BAD_PDU_SIZE;
   Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
-  if (!in_use(h, index)) {
-    VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
-    return SMS_STORE_NO_MESSAGE;
-  }
   uint32_t old_status = 0;
-  if (!row_status(session.db(), index, old_status)) return SMS_STORE_DB_FAILED;
+  if (int rc = held_status(h, session.db(), index, old_status); rc != SMS_STORE_OK) return rc;
   if (!outgoing(old_status)) {
     VORN_LOG(VORN_ERR, "invalid status:%d\n", static_cast<int>(old_status));
     return SMS_STORE_BAD_STATUS;

@@ -17,13 +17,10 @@ namespace vorn::usim {
 
 qmi::ServiceClient &client();
 
-template <class Msg>
-qmi::Sent send(typename Msg::Req &req, typename Msg::Resp &resp) {
-  return client().send<Msg>(qmi::Guard::None, req, resp);
-}
-template <class Msg>
-qmi::Sent send(typename Msg::Resp &resp) {
-  return client().send<Msg>(qmi::Guard::None, resp);
+// send<Msg>(req, resp), or send<Msg>(resp) for a message without request.
+template <class Msg, class... Parts>
+qmi::Sent send(Parts &...parts) {
+  return client().send<Msg>(qmi::Guard::None, parts...);
 }
 
 // The modem's refusal that announces a long APDU response.

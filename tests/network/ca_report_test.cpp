@@ -9,17 +9,8 @@ namespace {
 
 using namespace nett;
 
-class CaReport : public NetworkTest {
+class CaReport : public StartedNetworkTest {
  protected:
-  void SetUp() override {
-    NetworkTest::SetUp();
-    start_family();
-  }
-  void TearDown() override {
-    vorn_device_pal_deinit();
-    vt::write_file("/dev/kmsg", "");
-    NetworkTest::TearDown();
-  }
   // The secondary cell as the modem indicates it.
   static void indicate_scell(uint16_t pci, uint16_t freq, uint32_t state) {
     nas_lte_cphy_ca_ind_msg_v01 ind{};

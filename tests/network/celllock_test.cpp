@@ -88,19 +88,8 @@ int set_list(const vorn_network_multi_cell_lock_info &multi) {
   return vorn_network_pal_set_network_setting(0, &setting);
 }
 
-class CellLock : public NetworkTest {
+class CellLock : public StartedNetworkTest {
  protected:
-  void SetUp() override {
-    NetworkTest::SetUp();
-    start_family();
-  }
-  void TearDown() override {
-    vorn_device_pal_deinit();
-    vorn_m2m_pal_deinit();
-    // The M2M start leaves its milestone in the kernel log.
-    vt::write_file("/dev/kmsg", "");
-    NetworkTest::TearDown();
-  }
   static void use_slot(uint32_t slot) { vornsim::set_dm_cache_word(vornsim::kActiveSimSlotKey, slot); }
   // A lock's three steps, each a section of its golden file.
   static void expect_steps(const std::string &name, const std::function<int()> &first,

@@ -14,7 +14,9 @@
 #include <string>
 #include <vector>
 
+#include <vornpal/device.h>
 #include <vornpal/log.h>
+#include <vornpal/m2m.h>
 #include <vornpal/network.h>
 #include <vornpal/platform/network_access_service_v01.h>
 #include <vornsim/dm_cache.h>
@@ -97,6 +99,24 @@ class NetworkTest : public ::testing::Test {
     Collector::instance().clear();
   }
   static vorn_network_info info_of(bool all_groups = true);
+};
+
+// A started family whose settings also open the device family's client and
+// the M2M client (capabilities, the radio cycle, EFS items): neither
+// outlives the test.
+class StartedNetworkTest : public NetworkTest {
+ protected:
+  void SetUp() override {
+    NetworkTest::SetUp();
+    start_family();
+  }
+  void TearDown() override {
+    vorn_device_pal_deinit();
+    vorn_m2m_pal_deinit();
+    // The M2M start leaves its milestone in the kernel log.
+    vt::write_file("/dev/kmsg", "");
+    NetworkTest::TearDown();
+  }
 };
 
 inline size_t count(unsigned msg_id) { return vt::count(kNas, msg_id); }

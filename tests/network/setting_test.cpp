@@ -14,21 +14,8 @@ using namespace nett;
 namespace m2m = vorn::m2m;
 constexpr char kMarker[] = "/data/q27_set_rat_auto.txt";
 
-class NetworkSetting : public NetworkTest {
+class NetworkSetting : public StartedNetworkTest {
  protected:
-  void SetUp() override {
-    NetworkTest::SetUp();
-    start_family();
-  }
-  // The capabilities and the radio cycle open the device family's client,
-  // the EFS items the M2M client: neither outlives the test.
-  void TearDown() override {
-    vorn_device_pal_deinit();
-    vorn_m2m_pal_deinit();
-    // The M2M start leaves its milestone in the kernel log.
-    vt::write_file("/dev/kmsg", "");
-    NetworkTest::TearDown();
-  }
   static vorn_network_setting get(void (*flags)(vorn_network_setting &)) {
     vorn_network_setting setting{};
     flags(setting);
