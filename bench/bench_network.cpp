@@ -1,6 +1,6 @@
-// The network information beside the raw round trips of the very requests
-// it makes (paired.h), and the latency from an indication to the family's
-// callback.
+// The network information, the settings and a cell lock, each beside the
+// raw round trips of the very requests it makes (paired.h), and the latency
+// from an indication to the family's callback.
 //   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench --benchmark_filter=Network
 #include <benchmark/benchmark.h>
 
@@ -12,11 +12,14 @@
 #include <vector>
 
 #include <vornpal/log.h>
+#include <vornpal/m2m.h>
 #include <vornpal/network.h>
+#include <vornpal/platform/device_management_service_v01.h>
 #include <vornpal/platform/network_access_service_v01.h>
 #include <vornpal/platform/vorn_m2m_service_v01.h>
 #include <vornsim/sim.h>
 
+#include "device/messages.h"
 #include "m2m/messages.h"
 #include "network/messages.h"
 #include "paired.h"
@@ -24,6 +27,7 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+namespace vd = vorn::device;
 namespace vm = vorn::m2m;
 namespace vn = vorn::network;
 
@@ -49,6 +53,21 @@ void fresh_family() {
   vornsim::drain();
 }
 
+// `op` beside the raw replay of the requests it made, over NAS, DMS and M2M.
+template <class Op>
+void replay_paired(benchmark::State &state, Op op) {
+  bench::RawReplay raw(bench::requests_of(op),
+                       {{vornsim::Svc::NAS, nas_get_service_object_internal_v01(1, 303, 6)},
+                        {vornsim::Svc::DMS, dms_get_service_object_internal_v01(1, 77, 6)},
+                        {vornsim::Svc::M2M, vorn_m2m_get_service_object_internal_v01(1, 1, 6)}});
+  raw.sized<vn::GetSystemSelectionPreference, vn::SetSystemSelectionPreference>(vornsim::Svc::NAS);
+  raw.sized<vd::GetBandCapability, vd::GetOperatingMode, vd::SetOperatingMode>(vornsim::Svc::DMS);
+  raw.sized<vm::ReadNvItem, vm::WriteNvItem, vm::EfsRename, vm::Manufacturer>(vornsim::Svc::M2M);
+  if (std::string why = raw.incomplete(); !why.empty()) state.SkipWithError(why.c_str());
+  bench::paired(state, CLOCK_THREAD_CPUTIME_ID, 4, op, [&] { raw(); });
+  state.counters["requests"] = static_cast<double>(raw.size());
+}
+
 void BM_NetworkGetInfoVsRaw(benchmark::State &state) {
   fresh_family();
   auto get_info = [] {
@@ -70,6 +89,43 @@ void BM_NetworkGetInfoVsRaw(benchmark::State &state) {
   vorn_network_pal_deinit();
 }
 BENCHMARK(BM_NetworkGetInfoVsRaw)->Unit(benchmark::kMicrosecond);
+
+// The RAT and band groups set and read back: the selection preference, the
+// band capabilities it is checked against, the EFS items beside it.
+void BM_NetworkSettingVsRaw(benchmark::State &state) {
+  fresh_family();
+  auto set_and_get = [] {
+    vorn_network_setting set{};
+    set.band_info_valid = 1;
+    set.band_mode = 1;
+    set.lte_mask[0] = (1u << 2) | (1u << 6);  // bands 3 and 7
+    benchmark::DoNotOptimize(vorn_network_pal_set_network_setting(0, &set));
+    vorn_network_setting got{};
+    got.rat_info_valid = 1;
+    got.band_info_valid = 1;
+    benchmark::DoNotOptimize(vorn_network_pal_get_network_setting(0, &got));
+  };
+  replay_paired(state, set_and_get);
+}
+BENCHMARK(BM_NetworkSettingVsRaw)->Unit(benchmark::kMicrosecond);
+
+// A single-cell LTE lock written and taken off again: the odm string, the
+// parameter items and the mode preference, each one EFS request.
+void BM_NetworkCellLockVsRaw(benchmark::State &state) {
+  fresh_family();
+  vorn_m2m_pal_init();
+  auto lock_and_clear = [] {
+    vorn_network_setting setting{};
+    setting.cell_lock_info_valid = 1;
+    setting.cell_lock_info = {1, 0, 0, 1300, 101, 0, 0, VORN_CELL_LOCK_ACTION_NEW};
+    benchmark::DoNotOptimize(vorn_network_pal_set_network_setting(0, &setting));
+    setting.cell_lock_info = {0, 0, 0, 0, 0, 0, 0, VORN_CELL_LOCK_ACTION_TOGGLE};
+    benchmark::DoNotOptimize(vorn_network_pal_set_network_setting(0, &setting));
+  };
+  replay_paired(state, lock_and_clear);
+  vorn_m2m_pal_deinit();
+}
+BENCHMARK(BM_NetworkCellLockVsRaw)->Unit(benchmark::kMicrosecond);
 
 std::atomic<uint64_t> delivered{0};
 std::atomic<int64_t> arrived_ns{0};
