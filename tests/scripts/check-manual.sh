@@ -49,9 +49,9 @@ sections=$(grep -c '^   [a-z]' <<<"$rendered" || true)
 # tool (its leading words are a path).
 without=$(sed -n '/^COMMANDS$/,/^EXIT STATUS$/p' <<<"$rendered" |
   awk '/^   [a-z]/ || /^EXIT STATUS$/ { if (name != "" && !example) print name; name = $0; example = 0 }
-       /^ *Example:/ { example = 1 }' | sed 's/^ *//')
+       /^ *Examples?:/ { example = 1 }' | sed 's/^ *//')
 [ -z "$without" ] || problem "commands without an example: $(echo $without)"
-examples=$(sed -n 's/^ *vornpalctl \(.*\)/\1/p' <<<"$(awk '/^ *Example:/{e=1; next} e && /^ *vornpalctl /{print; next} e && NF{e=0}' <<<"$rendered")")
+examples=$(sed -n 's/^ *vornpalctl \(.*\)/\1/p' <<<"$(awk '/^ *Examples?:/{e=1; next} e && /^ *vornpalctl /{print; next} e && NF{e=0}' <<<"$rendered")")
 [ "$(grep -c . <<<"$examples")" -ge 40 ] || problem "only $(grep -c . <<<"$examples") examples"
 while IFS= read -r example; do
   example=${example#--json }

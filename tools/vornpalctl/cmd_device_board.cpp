@@ -207,7 +207,7 @@ ctl::Registrar reg({
     {"device mimo get", "", "MIMO of LTE and NR: full or limited, and the limiting items", mimo_get,
      "device mimo get"},
     {"device mimo set", "lte|nr", "limit MIMO: restore the limiting item from its backup", mimo_set,
-     "device mimo set nr"},
+     "device mimo set lte"},
     {"device mimo clear", "lte|nr", "full MIMO: move the limiting item to its backup", mimo_clear,
      "device mimo clear lte"},
     {"device clat get", "", "the CLAT (464XLAT) switch", clat_get, "device clat get"},
@@ -215,7 +215,7 @@ ctl::Registrar reg({
     {"device clat off", "", "turn CLAT off", clat_off, "device clat off"},
     {"device battery", "", "battery and charger values from sysfs", battery, "device battery"},
     {"device mac", "[eth|bt|wifi] [--set MAC]", "MAC addresses (wifi: --set MAC0,MAC1)", mac,
-     "device mac bt --set 00:a0:c6:44:55:66\ndevice mac wifi"},
+     "device mac\ndevice mac bt --set 00:a0:c6:44:55:66"},
 });
 
 }  // namespace

@@ -97,7 +97,7 @@ void start_watch(const ctl::Emit &emit) {
 
 ctl::Registrar reg({
     {"m2m connect", "PROFILE [PDP_TYPE]", "start the rmnet connection of a profile", connect,
-     "m2m connect 1 ipv4v6"},
+     "m2m connect 1 2"},
     {"m2m disconnect", "PROFILE", "stop the rmnet connection", disconnect, "m2m disconnect 1"},
     {"m2m ip", "[INSTANCE]", "addresses and DNS servers of the connection", ip, "m2m ip"},
 });

@@ -92,8 +92,8 @@ std::string joined_set(const std::set<std::string> &words) {
 
 void print_manual() {
   std::printf(".TH VORNPALCTL 1 \"\" \"vornpal %s\" \"vornpal\"\n", VORNPAL_VERSION);
-  // Left-adjusted: command lines keep single spaces between their words.
-  std::printf(".ad l\n");
+  // Left-adjusted and unhyphenated: command lines and paths stay as typed.
+  std::printf(".ad l\n.nh\n");
   std::printf(".SH NAME\nvornpalctl \\- inspect and drive libvornpal from a shell\n");
   std::printf(".SH SYNOPSIS\n.B vornpalctl\n");
   for (const Option &o : kOptions) {
@@ -119,8 +119,9 @@ void print_manual() {
     if (*c.usage) std::printf(".I \"%s\"\n", roff(c.usage).c_str());
     std::printf(".PP\n%s\n", roff(std::string(1, static_cast<char>(std::toupper(c.help[0]))) + (c.help + 1) + ".").c_str());
     if (c.example != nullptr) {
-      std::printf(".PP\nExample:\n.PP\n.RS 4\n.nf\n");
-      for (const std::string &line : split(c.example, '\n')) std::printf("vornpalctl %s\n", roff(line).c_str());
+      std::vector<std::string> lines = split(c.example, '\n');
+      std::printf(".PP\n%s:\n.PP\n.RS 4\n.nf\n", lines.size() > 1 ? "Examples" : "Example");
+      for (const std::string &line : lines) std::printf("vornpalctl %s\n", roff(line).c_str());
       std::printf(".fi\n.RE\n");
     }
   }
