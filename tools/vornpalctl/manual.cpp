@@ -19,18 +19,20 @@ struct Option {
   const char *name;
   const char *argument;  // empty when it takes none
   const char *help;
+  bool with_command;  // goes with a command (in the synopsis), or stands alone
 };
 
 const Option kOptions[] = {
-    {"--json", "", "print the results as one JSON object (events of watch: one object a line)"},
+    {"--json", "", "print the results as one JSON object (events of watch: one object a line)", true},
 #if VORNPAL_CTL_HOST_MODEM
     {"--state", "DIR",
      "keep the simulated device's state in DIR (default $VORNPALCTL_STATE, then "
-     "~/.local/state/vornpalctl)"},
+     "~/.local/state/vornpalctl)",
+     true},
 #endif
-    {"--help", "", "list the commands and exit"},
-    {"--man", "", "print this manual page (roff) and exit"},
-    {"--bash-completion", "", "print the bash completion script and exit"},
+    {"--help", "", "list the commands and exit", false},
+    {"--man", "", "print this manual page (roff) and exit", false},
+    {"--bash-completion", "", "print the bash completion script and exit", false},
 };
 
 std::vector<std::string> split(const std::string &text, char separator) {
@@ -97,7 +99,7 @@ void print_manual() {
   std::printf(".SH NAME\nvornpalctl \\- inspect and drive libvornpal from a shell\n");
   std::printf(".SH SYNOPSIS\n.B vornpalctl\n");
   for (const Option &o : kOptions) {
-    if (std::string(o.name) == "--help") break;
+    if (!o.with_command) continue;
     std::printf("[\\fB%s\\fR%s%s%s]\n", roff(o.name).c_str(), *o.argument ? " \\fI" : "", o.argument,
                 *o.argument ? "\\fR" : "");
   }
