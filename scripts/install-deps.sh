@@ -11,6 +11,7 @@ packages=(
   bubblewrap iproute2 bridge-utils procps iputils-ping
   g++-arm-linux-gnueabihf qemu-user
   clang libclang-rt-14-dev
+  dpkg-dev lintian man-db groff-base bash-completion
 )
 
 # The armhf sysroot is unpacked from Debian's armhf packages.

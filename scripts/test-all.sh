@@ -1,6 +1,7 @@
 #!/bin/bash
 # Every test of the project: the host suite under ASan+UBSan, the threaded
-# tests under TSan, the armhf cross build under qemu-arm, short fuzz runs.
+# tests under TSan, the armhf cross build under qemu-arm, the Debian packages
+# of an optimised host build and of the armhf build, short fuzz runs.
 # Each test process runs in the sandbox (tools/sandbox/vornpal-sandbox). The
 # long soaks (CTest label "soak") are left out: ctest -L soak runs them.
 #   scripts/test-all.sh            all stages
@@ -8,7 +9,7 @@
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${VORNPAL_TEST_DIR:-$root/build-test}
-stages=${VORNPAL_STAGES:-"asan tsan armhf fuzz"}
+stages=${VORNPAL_STAGES:-"asan tsan armhf packages fuzz"}
 jobs=$(nproc)
 passed=0
 failed=0
@@ -52,8 +53,16 @@ for stage in $stages; do
         -- -LE 'no-tsan|soak' ;;
     armhf)
       "$root/scripts/armhf-sysroot.sh" "$out/armhf-sysroot" || { failed=$((failed + 1)); continue; }
-      run_stage armhf -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake" \
+      # Optimised as it ships: the packages stage packages this build.
+      run_stage armhf -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DVORNPAL_ARMHF_SYSROOT="$out/armhf-sysroot" -DVORNPAL_BENCH=OFF -- -LE soak ;;
+    packages)
+      # A lean host build (library, simulated modem, tools) packaged, and
+      # the armhf stage's build when this run made it.
+      armhf_build=""
+      [[ " $stages " == *" armhf "* ]] && armhf_build="$out/armhf"
+      run_stage packages -DCMAKE_BUILD_TYPE=Release -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
+        -DVORNPAL_PACKAGE_ARMHF_BUILD="$armhf_build" -- -L package ;;
     fuzz)
       run_stage fuzz -DVORNPAL_FUZZ=ON -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -- -L fuzz ;;

@@ -10,7 +10,7 @@ work=/tmp/vornpal-install-work
 rm -rf "$prefix" "$work"; mkdir -p "$work"
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
-export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+export PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name vornpal.pc)")
 libdir=$(pkg-config --variable=libdir vornpal)
 test -e "$libdir/libvornpal.so.1" || { echo "no libvornpal.so.1 in $libdir"; exit 1; }
 

@@ -53,7 +53,8 @@ int at(const ctl::Args &args, ctl::Output &out) {
 
 ctl::Registrar reg({
     {"at", "[--echo] [--numeric] [--pieces N] [--delay MS] [--silent] COMMAND",
-     "send an AT command (serves it from the simulated modem when no AT server runs)", at},
+     "send an AT command (serves it from the simulated modem when no AT server runs)", at,
+     "at at+cgmi\nat --echo --pieces 3 AT+CGSN"},
 });
 
 }  // namespace

@@ -160,10 +160,11 @@ void start_watch(const ctl::Emit &emit) {
 }
 
 ctl::Registrar reg({
-    {"device info", "", "every identity and product value", info},
-    {"device mode get", "", "the modem's operating mode", mode_get},
-    {"device mode set", "MODE", "set the operating mode (0 to 9)", mode_set},
-    {"device reset", "", "run the reboot sequence against stand-ins and show it", reset},
+    {"device info", "", "every identity and product value", info, "device info"},
+    {"device mode get", "", "the modem's operating mode", mode_get, "device mode get"},
+    {"device mode set", "MODE", "set the operating mode (0 to 9)", mode_set, "device mode set 4"},
+    {"device reset", "", "run the reboot sequence against stand-ins and show it", reset,
+     "device reset"},
 });
 
 ctl::WatchRegistrar watch_source({"device", start_watch});

@@ -204,14 +204,18 @@ int mac(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"device mimo get", "", "MIMO of LTE and NR: full or limited, and the limiting items", mimo_get},
-    {"device mimo set", "lte|nr", "limit MIMO: restore the limiting item from its backup", mimo_set},
-    {"device mimo clear", "lte|nr", "full MIMO: move the limiting item to its backup", mimo_clear},
-    {"device clat get", "", "the CLAT (464XLAT) switch", clat_get},
-    {"device clat on", "", "turn CLAT on", clat_on},
-    {"device clat off", "", "turn CLAT off", clat_off},
-    {"device battery", "", "battery and charger values from sysfs", battery},
-    {"device mac", "[eth|bt|wifi] [--set MAC]", "MAC addresses (wifi: --set MAC0,MAC1)", mac},
+    {"device mimo get", "", "MIMO of LTE and NR: full or limited, and the limiting items", mimo_get,
+     "device mimo get"},
+    {"device mimo set", "lte|nr", "limit MIMO: restore the limiting item from its backup", mimo_set,
+     "device mimo set lte"},
+    {"device mimo clear", "lte|nr", "full MIMO: move the limiting item to its backup", mimo_clear,
+     "device mimo clear lte"},
+    {"device clat get", "", "the CLAT (464XLAT) switch", clat_get, "device clat get"},
+    {"device clat on", "", "turn CLAT on", clat_on, "device clat on"},
+    {"device clat off", "", "turn CLAT off", clat_off, "device clat off"},
+    {"device battery", "", "battery and charger values from sysfs", battery, "device battery"},
+    {"device mac", "[eth|bt|wifi] [--set MAC]", "MAC addresses (wifi: --set MAC0,MAC1)", mac,
+     "device mac\ndevice mac bt --set 00:a0:c6:44:55:66"},
 });
 
 }  // namespace

@@ -48,10 +48,13 @@ int ini_list(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"ini get", "FILE SECTION KEY", "read a value of a settings file", ini_get},
-    {"ini set", "FILE SECTION KEY VALUE", "write a value into a settings file", ini_set},
-    {"ini delete", "FILE SECTION [KEY]", "remove a key, or a whole section", ini_delete},
-    {"ini list", "FILE", "print every key of a settings file", ini_list},
+    {"ini get", "FILE SECTION KEY", "read a value of a settings file", ini_get,
+     "ini get /data/app.ini network apn"},
+    {"ini set", "FILE SECTION KEY VALUE", "write a value into a settings file", ini_set,
+     "ini set /data/app.ini network apn internet"},
+    {"ini delete", "FILE SECTION [KEY]", "remove a key, or a whole section", ini_delete,
+     "ini delete /data/app.ini network apn"},
+    {"ini list", "FILE", "print every key of a settings file", ini_list, "ini list /data/app.ini"},
 });
 
 }  // namespace

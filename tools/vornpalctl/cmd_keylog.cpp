@@ -89,12 +89,12 @@ int keylog_panic(const ctl::Args &, ctl::Output &out) {
 
 ctl::Registrar reg({
     {"keylog write", "MODULE EVENT [TEXT]", "write a key-log line (modules 1-6, events 101-604)",
-     keylog_write},
+     keylog_write, "keylog write 2 201 'link up'"},
     {"keylog filter", "ID [BYTES]", "print key-log lines: 0 panic, 1-6 module, 101-604 event",
-     keylog_filter},
+     keylog_filter, "keylog filter 2"},
     {"keylog settings", "[CLIENT SIZE FILES]", "show or set the log clients' limits",
-     keylog_settings},
-    {"keylog panic", "", "copy the modem's panic log and print it", keylog_panic},
+     keylog_settings, "keylog settings\nkeylog settings 0 65536 3"},
+    {"keylog panic", "", "copy the modem's panic log and print it", keylog_panic, "keylog panic"},
 });
 
 }  // namespace

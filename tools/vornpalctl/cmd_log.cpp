@@ -77,11 +77,14 @@ int watch_show(const ctl::Args &, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"log level", "[LEVEL]", "show or set the trace threshold (0-4)", log_level},
-    {"log tool", "[0|1]", "show or set the trace sink: 1 diag, 0 console", log_tool},
-    {"log say", "LEVEL TEXT", "log one line through the trace channel", log_say},
-    {"watchfile add", "TEXT", "append a milestone to the watch files", watch_add},
-    {"watchfile show", "", "print the watch files", watch_show},
+    {"log level", "[LEVEL]", "show or set the trace threshold (0-4)", log_level,
+     "log level 2\n--json log level"},
+    {"log tool", "[0|1]", "show or set the trace sink: 1 diag, 0 console", log_tool, "log tool 0"},
+    {"log say", "LEVEL TEXT", "log one line through the trace channel", log_say,
+     "log say 3 'daemon started'"},
+    {"watchfile add", "TEXT", "append a milestone to the watch files", watch_add,
+     "watchfile add 'bring-up done'"},
+    {"watchfile show", "", "print the watch files", watch_show, "watchfile show"},
 });
 
 }  // namespace

@@ -71,14 +71,15 @@ int serial(const ctl::Args &, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"m2m manufacturer", "", "the module's maker", manufacturer},
-    {"m2m model", "", "the module's model", model},
-    {"m2m hw-version", "", "the hardware version", hw_version},
-    {"m2m project-name", "", "the project name", project_name},
-    {"m2m sub-versions", "", "modem and EFS sub-versions", sub_versions},
-    {"m2m clock", "", "the modem's clock", clock},
-    {"m2m cfun", "[MODE]", "show or set the functionality level (0, 1, 4)", cfun},
-    {"m2m serial", "", "the factory serial number", serial},
+    {"m2m manufacturer", "", "the module's maker", manufacturer, "m2m manufacturer"},
+    {"m2m model", "", "the module's model", model, "m2m model"},
+    {"m2m hw-version", "", "the hardware version", hw_version, "m2m hw-version"},
+    {"m2m project-name", "", "the project name", project_name, "m2m project-name"},
+    {"m2m sub-versions", "", "modem and EFS sub-versions", sub_versions, "m2m sub-versions"},
+    {"m2m clock", "", "the modem's clock", clock, "m2m clock"},
+    {"m2m cfun", "[MODE]", "show or set the functionality level (0, 1, 4)", cfun,
+     "m2m cfun\nm2m cfun 4"},
+    {"m2m serial", "", "the factory serial number", serial, "m2m serial"},
 });
 
 }  // namespace

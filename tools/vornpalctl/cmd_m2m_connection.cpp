@@ -96,9 +96,10 @@ void start_watch(const ctl::Emit &emit) {
 }
 
 ctl::Registrar reg({
-    {"m2m connect", "PROFILE [PDP_TYPE]", "start the rmnet connection of a profile", connect},
-    {"m2m disconnect", "PROFILE", "stop the rmnet connection", disconnect},
-    {"m2m ip", "[INSTANCE]", "addresses and DNS servers of the connection", ip},
+    {"m2m connect", "PROFILE [PDP_TYPE]", "start the rmnet connection of a profile", connect,
+     "m2m connect 1 2"},
+    {"m2m disconnect", "PROFILE", "stop the rmnet connection", disconnect, "m2m disconnect 1"},
+    {"m2m ip", "[INSTANCE]", "addresses and DNS servers of the connection", ip, "m2m ip"},
 });
 
 ctl::WatchRegistrar watch_source({"m2m", start_watch});

@@ -117,10 +117,12 @@ int set_cell_lock(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"m2m ca", "", "carrier aggregation: primary and secondary carriers", carriers},
-    {"m2m signal", "[lte|nsa|sa]", "link quality (CQI, rank, MCS) of the serving radio", signal},
-    {"m2m celllock", "", "NR cells the modem is locked to", cell_lock},
-    {"m2m celllock-set", "[EARFCN:PCI ...]", "lock to NR cells; no cell unlocks", set_cell_lock},
+    {"m2m ca", "", "carrier aggregation: primary and secondary carriers", carriers, "m2m ca"},
+    {"m2m signal", "[lte|nsa|sa]", "link quality (CQI, rank, MCS) of the serving radio", signal,
+     "m2m signal nsa"},
+    {"m2m celllock", "", "NR cells the modem is locked to", cell_lock, "m2m celllock"},
+    {"m2m celllock-set", "[EARFCN:PCI ...]", "lock to NR cells; no cell unlocks", set_cell_lock,
+     "m2m celllock-set 627264:101 630000:7\nm2m celllock-set"},
 });
 
 }  // namespace

@@ -51,11 +51,11 @@ int modem_up(const ctl::Args &args, ctl::Output &out) { return set_service(args,
 int modem_down(const ctl::Args &args, ctl::Output &out) { return set_service(args, out, false); }
 
 ctl::Registrar reg({
-    {"modem status", "", "the simulated modem's services", modem_status},
+    {"modem status", "", "the simulated modem's services", modem_status, "modem status"},
     {"modem up", "SERVICE...", "bring services up (WDS NAS WMS UIM DMS VOICE IMSS IMSA M2M)",
-     modem_up},
-    {"modem down", "SERVICE...", "take services down", modem_down},
-    {"nv list", "", "the items of the simulated modem's store", nv_list},
+     modem_up, "modem up NAS WMS"},
+    {"modem down", "SERVICE...", "take services down", modem_down, "modem down M2M"},
+    {"nv list", "", "the items of the simulated modem's store", nv_list, "nv list"},
 });
 
 }  // namespace

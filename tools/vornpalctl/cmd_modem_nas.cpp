@@ -102,14 +102,18 @@ int sim_slot(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"modem cells", "", "the cells the simulated device hears (* serving)", cells},
-    {"modem network", "", "the simulated network's view of the registration", network},
-    {"modem move", "CELL", "move the device next to a cell", move},
-    {"modem signal", "CELL LEVEL QUALITY SINR", "set a cell's signal (dBm, dB, dB)", signal},
-    {"modem coverage", "on|off", "drop or restore all radio coverage", coverage},
-    {"modem reject", "CAUSE", "the network rejects registrations with a 3GPP cause (0: accept)", reject},
-    {"modem restore", "", "the factory radio environment", restore},
-    {"modem sim-slot", "[0|1]", "the framework's active SIM slot", sim_slot},
+    {"modem cells", "", "the cells the simulated device hears (* serving)", cells, "modem cells"},
+    {"modem network", "", "the simulated network's view of the registration", network,
+     "modem network"},
+    {"modem move", "CELL", "move the device next to a cell", move, "modem move home-endc-b7-n78"},
+    {"modem signal", "CELL LEVEL QUALITY SINR", "set a cell's signal (dBm, dB, dB)", signal,
+     "modem signal home-endc-b7-n78 -95 -11 12"},
+    {"modem coverage", "on|off", "drop or restore all radio coverage", coverage,
+     "modem coverage off"},
+    {"modem reject", "CAUSE", "the network rejects registrations with a 3GPP cause (0: accept)", reject,
+     "modem reject 15"},
+    {"modem restore", "", "the factory radio environment", restore, "modem restore"},
+    {"modem sim-slot", "[0|1]", "the framework's active SIM slot", sim_slot, "modem sim-slot 1"},
 });
 
 }  // namespace

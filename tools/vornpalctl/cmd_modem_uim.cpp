@@ -65,12 +65,14 @@ int cards(const ctl::Args &, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"modem sim", "", "the simulated modem's cards, profiles and channels", cards},
-    {"modem sim remove", "SLOT", "take the card out of a slot (0 USIM, 1 eUICC)", remove},
-    {"modem sim insert", "SLOT", "put the card back", insert},
-    {"modem sim error", "SLOT", "the card stops answering", error},
-    {"modem sim pin-required", "SLOT on|off", "the card asks for its PIN (counters full)", pin_required},
-    {"modem sim dual", "on|off", "both slots in use at once", dual},
+    {"modem sim", "", "the simulated modem's cards, profiles and channels", cards, "modem sim"},
+    {"modem sim remove", "SLOT", "take the card out of a slot (0 USIM, 1 eUICC)", remove,
+     "modem sim remove 0"},
+    {"modem sim insert", "SLOT", "put the card back", insert, "modem sim insert 0"},
+    {"modem sim error", "SLOT", "the card stops answering", error, "modem sim error 0"},
+    {"modem sim pin-required", "SLOT on|off", "the card asks for its PIN (counters full)", pin_required,
+     "modem sim pin-required 0 on"},
+    {"modem sim dual", "on|off", "both slots in use at once", dual, "modem sim dual on"},
 });
 
 }  // namespace

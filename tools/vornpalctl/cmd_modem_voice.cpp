@@ -89,13 +89,20 @@ int ims_subscriptions(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"modem ussd notify", "TEXT [--ucs2]", "the network sends a USSD notification", ussd_notify},
-    {"modem ussd request", "TEXT [--ucs2]", "the network asks a USSD question", ussd_request},
-    {"modem ussd release", "", "the network ends the USSD session", ussd_release},
-    {"modem ussd timeout", "MILLISECONDS", "how long the network waits for an answer", ussd_timeout},
-    {"modem ussd session", "", "the network's side of the USSD session", ussd_session},
-    {"modem ims network", "accept|refuse", "whether the network accepts IMS registration", ims_network},
-    {"modem ims subscriptions", "P S T", "subscriptions with IMS active (0 or 1 each)", ims_subscriptions},
+    {"modem ussd notify", "TEXT [--ucs2]", "the network sends a USSD notification", ussd_notify,
+     "modem ussd notify 'Bundle ends tomorrow'"},
+    {"modem ussd request", "TEXT [--ucs2]", "the network asks a USSD question", ussd_request,
+     "modem ussd request '1 Balance 2 Offers'"},
+    {"modem ussd release", "", "the network ends the USSD session", ussd_release,
+     "modem ussd release"},
+    {"modem ussd timeout", "MILLISECONDS", "how long the network waits for an answer", ussd_timeout,
+     "modem ussd timeout 30000"},
+    {"modem ussd session", "", "the network's side of the USSD session", ussd_session,
+     "modem ussd session"},
+    {"modem ims network", "accept|refuse", "whether the network accepts IMS registration", ims_network,
+     "modem ims network refuse"},
+    {"modem ims subscriptions", "P S T", "subscriptions with IMS active (0 or 1 each)", ims_subscriptions,
+     "modem ims subscriptions 1 0 0"},
 });
 
 }  // namespace

@@ -74,7 +74,8 @@ ctl::Registrar reg({
     {"sms deliver", "FROM TEXT [--ucs2] [--class N] [--reverse] [--queue]",
      "the simulated network sends an MT message (parts last first with --reverse; left at the "
      "SMS centre with --queue)",
-     sms_deliver},
+     sms_deliver,
+     "sms deliver +4915112345678 'from the network' --reverse\nsms deliver +4915112345678 'later' --queue"},
 });
 
 }  // namespace

@@ -38,9 +38,11 @@ int ipv6_address(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"net ipv6 gateway", "IFACE", "IPv6 gateway of the routes through IFACE", ipv6_gateway},
+    {"net ipv6 gateway", "IFACE", "IPv6 gateway of the routes through IFACE", ipv6_gateway,
+     "net ipv6 gateway rmnet_data0"},
     {"net ipv6 address", "IFACE",
-     "wait (2 s after the last message) for a global IPv6 address of IFACE", ipv6_address},
+     "wait (2 s after the last message) for a global IPv6 address of IFACE", ipv6_address,
+     "net ipv6 address bridge0"},
 });
 
 }  // namespace

@@ -394,12 +394,15 @@ int roaming(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"network info", "", "the serving network: operator, radio, registration, cells, signal", info},
-    {"network scan", "[all|gsm|umts|lte|nr|lte-nr]", "scan for networks (the modem takes up to a minute)", scan},
-    {"network register", "auto | PLMN gsm|wcdma|lte|nr", "register automatically or on one network", register_network},
-    {"network attach", "", "attach to the packet domain", attach},
-    {"network detach", "", "detach from the packet domain", detach},
-    {"network roaming", "[on|off]", "show or switch data roaming", roaming},
+    {"network info", "", "the serving network: operator, radio, registration, cells, signal", info,
+     "network info"},
+    {"network scan", "[all|gsm|umts|lte|nr|lte-nr]", "scan for networks (the modem takes up to a minute)", scan,
+     "network scan lte"},
+    {"network register", "auto | PLMN gsm|wcdma|lte|nr", "register automatically or on one network", register_network,
+     "network register 23205 lte\nnetwork register auto"},
+    {"network attach", "", "attach to the packet domain", attach, "network attach"},
+    {"network detach", "", "detach from the packet domain", detach, "network detach"},
+    {"network roaming", "[on|off]", "show or switch data roaming", roaming, "network roaming off"},
 });
 
 void start_watch(const ctl::Emit &emit) {

@@ -476,17 +476,24 @@ int freqlock_clear(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"network setting get", "", "rat mode, bands, registration mode and PLMN lock", setting_get},
+    {"network setting get", "", "rat mode, bands, registration mode and PLMN lock", setting_get,
+     "network setting get"},
     {"network setting set", "[--rat MODE] [--order RAT,RAT] [--bands auto|BAND,...] [--registration auto|manual] [--plmn-lock PLMN|off]",
-     "change the selection (bands: gsm900 w1 b3 n78)", setting_set},
+     "change the selection (bands: gsm900 w1 b3 n78)", setting_set,
+     "network setting set --rat gsm-wcdma-lte --bands gsm900,w1,w8,b7"},
     {"network celllock set", "lte EARFCN [PCI] | nr ARFCN [PCI] --scs KHZ --band nBAND | wcdma UARFCN | list EARFCN:PCI,... [--sim 1|2]",
-     "lock the active SIM on a cell or a frequency", celllock_set},
-    {"network celllock get", "[--sim 1|2]", "the cell lock in force", celllock_get},
-    {"network celllock clear", "[--sim 1|2]", "turn the cell lock off", celllock_clear},
+     "lock the active SIM on a cell or a frequency", celllock_set,
+     "network celllock set lte 6300 201\nnetwork celllock set nr 627264 101 --scs 30 --band n78"},
+    {"network celllock get", "[--sim 1|2]", "the cell lock in force", celllock_get,
+     "network celllock get"},
+    {"network celllock clear", "[--sim 1|2]", "turn the cell lock off", celllock_clear,
+     "network celllock clear"},
     {"network freqlock set", "[--lte EARFCN[:PCI],...] [--nr nBAND:ARFCN:SCSKHZ[:PCI],...]", "lock on frequencies",
-     freqlock_set},
-    {"network freqlock get", "", "the frequency lock in force", freqlock_get},
-    {"network freqlock clear", "", "turn the frequency lock off", freqlock_clear},
+     freqlock_set, "network freqlock set --lte 6300,1300:201"},
+    {"network freqlock get", "", "the frequency lock in force", freqlock_get,
+     "network freqlock get"},
+    {"network freqlock clear", "", "turn the frequency lock off", freqlock_clear,
+     "network freqlock clear"},
 });
 
 }  // namespace

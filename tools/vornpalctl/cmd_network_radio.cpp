@@ -109,10 +109,13 @@ int caps(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"network ca", "", "LTE carrier aggregation: the primary cell and the secondary cells", ca},
-    {"network caps", "", "the bands the modem has", caps},
-    {"network release", "[lte|nr 0|1]", "show or set the 3GPP release the modem announces", release},
-    {"network umode", "[0|2|4|8]", "show or switch the receive chains in use", umode},
+    {"network ca", "", "LTE carrier aggregation: the primary cell and the secondary cells", ca,
+     "network ca"},
+    {"network caps", "", "the bands the modem has", caps, "network caps"},
+    {"network release", "[lte|nr 0|1]", "show or set the 3GPP release the modem announces", release,
+     "network release\nnetwork release nr 1"},
+    {"network umode", "[0|2|4|8]", "show or switch the receive chains in use", umode,
+     "network umode 2"},
 });
 
 }  // namespace

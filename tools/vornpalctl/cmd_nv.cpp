@@ -120,14 +120,17 @@ int nv_write_id(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"nv read", "PATH [--hex]", "read an NV item or EFS file", nv_read},
+    {"nv read", "PATH [--hex]", "read an NV item or EFS file", nv_read,
+     "nv read /nv/item_files/odm/x --hex"},
     {"nv write", "PATH (--hex HEX | --file F)", "write an NV item or EFS file (500 bytes at most)",
-     nv_write},
-    {"nv rename", "OLD NEW", "rename an EFS file (NEW = OLD_del deletes it)", nv_rename},
+     nv_write,
+     "nv write /nv/item_files/odm/x --hex 0102\nnv write /nv/item_files/odm/cfg --file cfg.bin"},
+    {"nv rename", "OLD NEW", "rename an EFS file (NEW = OLD_del deletes it)", nv_rename,
+     "nv rename /nv/item_files/odm/x /nv/item_files/odm/y"},
     {"nv read-id", "WORD0 WORD1 [--text]", "read an NV item by number (simulator: WORD1 0)",
-     nv_read_id},
+     nv_read_id, "nv read-id 550 0"},
     {"nv write-id", "WORD0 WORD1 HEX", "write an NV item by number (simulator: WORD1 1)",
-     nv_write_id},
+     nv_write_id, "nv write-id 550 1 0102"},
 });
 
 }  // namespace

@@ -448,15 +448,19 @@ ctl::Registrar reg({
     {"sms encode",
      "NUMBER TEXT [--smsc N] [--ucs2|--8bit] [--class N] [--validity VP|none] "
      "[--srr] [--ref N] [--ref16] [--port DEST[:ORIG]]",
-     "submit PDUs in hex, one line per part", sms_encode},
+     "submit PDUs in hex, one line per part", sms_encode,
+     "sms encode +4915112345678 'Hello from vornpalctl'\nsms encode +4915112345678 'Hi' --ucs2 --srr"},
     {"sms decode", "HEX [HEX]... [--command]",
-     "every field of decoded PDUs; the joined text of complete concatenated messages", sms_decode},
+     "every field of decoded PDUs; the joined text of complete concatenated messages", sms_decode,
+     "sms decode 0011000C919451214365870000AA05E8329BFD06"},
     {"sms send", "NUMBER TEXT [encode options]",
      "split, encode and send; the message references (and, to the own number, where the parts came back)",
-     sms_send},
-    {"sms list", "[--store sim|nv|ap]", "the stored messages with their text", sms_list},
-    {"sms read", "STORE INDEX", "one stored message (STORE: sim, nv, ap)", sms_read},
-    {"sms delete", "STORE INDEX", "delete one stored message", sms_delete},
+     sms_send, "sms send +15551230042 'the own number: it comes back'"},
+    {"sms list", "[--store sim|nv|ap]", "the stored messages with their text", sms_list,
+     "sms list --store ap"},
+    {"sms read", "STORE INDEX", "one stored message (STORE: sim, nv, ap)", sms_read,
+     "sms read ap 0"},
+    {"sms delete", "STORE INDEX", "delete one stored message", sms_delete, "sms delete ap 0"},
 });
 
 // watch: the family's events, with the messages received as the daemon

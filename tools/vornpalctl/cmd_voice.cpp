@@ -238,12 +238,14 @@ void start_watch(const ctl::Emit &emit) {
 }
 
 ctl::Registrar reg({
-    {"ussd send", "CODE [--wait SECONDS]", "send a USSD code and show the network's reply", ussd_send},
-    {"ussd answer", "TEXT [--wait SECONDS]", "answer the network's USSD question", ussd_answer},
-    {"ussd cancel", "", "end the USSD session", ussd_cancel},
-    {"ims status", "", "IMS switch, VoLTE and registration", ims_status},
-    {"ims enable", "", "switch VoLTE on (and IMS in NV)", ims_enable},
-    {"ims disable", "", "switch VoLTE off (IMS stays on in NV)", ims_disable},
+    {"ussd send", "CODE [--wait SECONDS]", "send a USSD code and show the network's reply", ussd_send,
+     "ussd send '*123#'"},
+    {"ussd answer", "TEXT [--wait SECONDS]", "answer the network's USSD question", ussd_answer,
+     "ussd answer 2"},
+    {"ussd cancel", "", "end the USSD session", ussd_cancel, "ussd cancel"},
+    {"ims status", "", "IMS switch, VoLTE and registration", ims_status, "ims status"},
+    {"ims enable", "", "switch VoLTE on (and IMS in NV)", ims_enable, "ims enable"},
+    {"ims disable", "", "switch VoLTE off (IMS stays on in NV)", ims_disable, "ims disable"},
 });
 
 ctl::WatchRegistrar watch_source({"voice", start_watch});

@@ -26,7 +26,7 @@ int watch(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"watch", "[SECONDS]", "print events as they come (default 10 s)", watch},
+    {"watch", "[SECONDS]", "print events as they come (default 10 s)", watch, "watch 30"},
 });
 
 }  // namespace

@@ -3,8 +3,12 @@
 // Registrar:
 //
 //   static ctl::Registrar reg({
-//       {"nv read", "PATH [--hex]", "read an NV item or EFS file", cmd_nv_read},
+//       {"nv read", "PATH [--hex]", "read an NV item or EFS file", cmd_nv_read,
+//        "nv read /nv/item_files/odm/x --hex"},
 //   });
+//
+// The same table gives --help, the manual page (--man) and the bash
+// completion (--bash-completion), so none of them can miss a command.
 #pragma once
 
 #include <cstdint>
@@ -54,11 +58,23 @@ struct Command {
   const char *usage;  // arguments after the path
   const char *help;
   Run run;
+  // Command lines for the manual page's examples, without the leading
+  // "vornpalctl", one a line; null when the command has none.
+  const char *example = nullptr;
 };
 
 struct Registrar {
   Registrar(std::initializer_list<Command> commands);
 };
+
+// Every registered command, sorted by path.
+std::vector<Command> sorted_commands();
+// The synopsis and the description of the tool, as --help prints them.
+extern const char *const kUsage;
+extern const char *const kAbout;
+// The manual page (roff) and the bash completion script, from the commands.
+void print_manual();
+void print_bash_completion();
 
 // A command's usage error: prints the usage, returns the exit status 2.
 int usage_error(const Command &command);

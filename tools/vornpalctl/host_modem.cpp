@@ -40,13 +40,20 @@ std::set<std::string> loaded_dirs(const std::string &self) {
   return dirs;
 }
 
+// The sandbox script installed beside this program, or else the source
+// tree's (a build tree has no copy).
+std::string sandbox_script(const std::string &self) {
+  std::string beside = self.substr(0, self.rfind('/')) + "/vornpal-sandbox";
+  return access(beside.c_str(), X_OK) == 0 ? beside : VORNPAL_SANDBOX_SCRIPT;
+}
+
 // Re-runs this program inside the sandbox with the state directory bound.
 int run_in_sandbox(char **argv, const std::string &state) {
   char self[PATH_MAX];
   ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
   if (n <= 0) return 1;
   self[n] = '\0';
-  std::vector<std::string> args = {VORNPAL_SANDBOX_SCRIPT, "--state", state};
+  std::vector<std::string> args = {sandbox_script(self), "--state", state};
   for (const std::string &dir : loaded_dirs(self)) {
     args.emplace_back("--expose");
     args.push_back(dir);

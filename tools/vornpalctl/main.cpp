@@ -28,20 +28,9 @@ std::vector<WatchSource> &sources() {
   return list;
 }
 
-#if VORNPAL_CTL_HOST_MODEM
-constexpr const char kUsage[] = "usage: vornpalctl [--json] [--state DIR] COMMAND [ARG]...\n\n";
-constexpr const char *kAbout = host::kAbout;
-#else
-constexpr const char kUsage[] = "usage: vornpalctl [--json] COMMAND [ARG]...\n\n";
-constexpr const char kAbout[] = "Drives libvornpal on this device.\n";
-#endif
-
 void print_help() {
-  std::printf("%s%s\ncommands:\n", kUsage, kAbout);
-  std::vector<Command> sorted = commands();
-  std::stable_sort(sorted.begin(), sorted.end(),
-                   [](const Command &a, const Command &b) { return std::strcmp(a.path, b.path) < 0; });
-  for (const Command &c : sorted) std::printf("  %-28s %-24s %s\n", c.path, c.usage, c.help);
+  std::printf("%s\n%s\ncommands:\n", kUsage, kAbout);
+  for (const Command &c : sorted_commands()) std::printf("  %-28s %-24s %s\n", c.path, c.usage, c.help);
 }
 
 // The command whose path matches the most leading words.
@@ -81,6 +70,21 @@ void apply_saved_log_settings() {
 
 }  // namespace
 
+#if VORNPAL_CTL_HOST_MODEM
+const char *const kUsage = "usage: vornpalctl [--json] [--state DIR] COMMAND [ARG]...\n";
+const char *const kAbout = host::kAbout;
+#else
+const char *const kUsage = "usage: vornpalctl [--json] COMMAND [ARG]...\n";
+const char *const kAbout = "Drives libvornpal on this device.\n";
+#endif
+
+std::vector<Command> sorted_commands() {
+  std::vector<Command> sorted = commands();
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const Command &a, const Command &b) { return std::strcmp(a.path, b.path) < 0; });
+  return sorted;
+}
+
 Registrar::Registrar(std::initializer_list<Command> list) {
   commands().insert(commands().end(), list.begin(), list.end());
 }
@@ -102,6 +106,12 @@ int main(int argc, char **argv) {
       state = argv[++i];
     } else if (arg == "-h" || arg == "--help") {
       ctl::print_help();
+      return 0;
+    } else if (arg == "--man") {
+      ctl::print_manual();
+      return 0;
+    } else if (arg == "--bash-completion") {
+      ctl::print_bash_completion();
       return 0;
     } else {
       words.push_back(arg);
