@@ -1,0 +1,123 @@
+#include "data_test.h"
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+
+namespace datat {
+
+Collector &Collector::instance() {
+  static Collector *collector = new Collector;
+  return *collector;
+}
+
+void Collector::callback(int id, void *data, int size, void *user) {
+  Event event{id, {}, data, {}, user};
+  if (data != nullptr && size > 0)
+    event.data.assign(static_cast<uint8_t *>(data), static_cast<uint8_t *>(data) + size);
+  char name[17] = {};
+  prctl(PR_GET_NAME, name, 0, 0, 0);
+  event.thread = name;
+  Collector &self = instance();
+  std::function<void(const Event &)> hook;
+  {
+    std::lock_guard<std::mutex> lock(self.mutex_);
+    self.events_.push_back(event);
+    hook = self.hook_;
+  }
+  if (hook) hook(event);
+}
+
+void Collector::clear() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  events_.clear();
+}
+
+std::vector<Event> Collector::events() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return events_;
+}
+
+std::vector<Event> Collector::of(int id) {
+  std::vector<Event> out;
+  for (Event &event : events())
+    if (event.id == id) out.push_back(std::move(event));
+  return out;
+}
+
+bool Collector::wait_for(int id, size_t n, int ms) {
+  return vt::eventually([&] { return of(id).size() >= n; }, ms);
+}
+
+void Collector::set_hook(std::function<void(const Event &)> hook) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  hook_ = std::move(hook);
+}
+
+void DataTest::SetUp() {
+  vornsim::reset();
+  vt::sh("rm -f /tmp/netmgr_link*_ok /tmp/ipv6_only /tmp/ipa_not_cfg");
+  vorn_set_log_level(0);
+  Collector::instance().clear();
+  Collector::instance().set_hook(nullptr);
+  ASSERT_EQ(vorn_data_pal_init(), 0);
+  ASSERT_EQ(vorn_data_pal_event_register(&Collector::callback, &Collector::instance()), 0);
+  forget();
+}
+
+void DataTest::TearDown() {
+  vornsim::drain();
+  vorn_data_pal_deinit();
+  vornsim::wds::settle_links();
+  Collector::instance().set_hook(nullptr);
+  vorn_set_log_level(1);
+}
+
+std::vector<data_status_event> DataTest::statuses() {
+  std::vector<data_status_event> out;
+  for (const Event &event : Collector::instance().of(VORN_DATA_EVENT_CALL_STATUS))
+    out.push_back(event.status());
+  return out;
+}
+
+data_status_event DataTest::wait_status(size_t n) {
+  EXPECT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, n)) << "event 0 #" << n;
+  auto all = statuses();
+  return all.size() >= n ? all[n - 1] : data_status_event{};
+}
+
+data_profile_settings profile(const char *apn, uint32_t pdp_type, bool clat) {
+  data_profile_settings s{};
+  std::snprintf(s.apn, sizeof s.apn, "%s", apn);
+  s.pdp_type = pdp_type;
+  s.clat_valid = 1;
+  s.clat_enabled = clat ? 1 : 0;
+  return s;
+}
+
+std::string ip_json(const std::string &what) {
+  std::string command = "ip -j " + what + " 2>/dev/null";
+  FILE *pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return "";
+  std::string out;
+  std::array<char, 4096> buffer;
+  size_t got;
+  while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) out.append(buffer.data(), got);
+  pclose(pipe);
+  return out;
+}
+
+std::string first_line(const std::string &path) {
+  std::ifstream in(path);
+  std::string line;
+  std::getline(in, line);
+  return line;
+}
+
+std::vector<unsigned> request_ids() {
+  std::vector<unsigned> ids;
+  for (const vornsim::Request &req : vornsim::requests(kWds)) ids.push_back(req.msg_id);
+  return ids;
+}
+
+}  // namespace datat
