@@ -260,6 +260,9 @@ int start(const Request &req, void *resp_buf, size_t len) {
   int family = 4;
   module.with_state([&](State &s) {
     forget_gone_clients(s);
+    // An answer that comes after the client gave up finds it gone: the
+    // modem drops the call with it.
+    if (!client_live(req.client)) return refuse_with(*resp, QMI_ERR_INTERNAL_V01);
     if (!s.start_failures.empty()) {
       StartFailure f = s.start_failures.front();
       s.start_failures.pop_front();

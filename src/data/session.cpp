@@ -177,10 +177,18 @@ uint32_t MapCallEndReason(uint32_t reason) {
 int StartSession(uint32_t cid, int ipVersion, uint32_t &callRef) {
   const int ipType = ipVersion == 4 ? 0 : 1;
   VORN_LOG(VORN_DBUG, "enter function StartSession\n");
+  profile_ctx *ctx = GetProfileCtx(cid);
+  bool kept = false;
+  {
+    std::lock_guard<std::mutex> lock(wds_client_mutex);
+    kept = ctx->clientInfoPtr[ipType] != nullptr;
+  }
   qmi_client_type client = GetWdsClient(cid, ipType, true, true);
   if (client == nullptr) return VORN_QMI_FAILURE;
-
-  profile_ctx *ctx = GetProfileCtx(cid);
+  // A client kept mapped after the last session (the modem said "no
+  // effect", or the network ended the call) still holds that session's
+  // reference: the session to come needs no second one.
+  if (kept) mdc_qmi_ReleaseWdsClient(client);
   {
     std::lock_guard<std::mutex> lock(context_mutex());
     call_state &call = ctx->call[ipVersion == 6 ? 1 : 0];

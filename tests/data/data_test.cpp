@@ -1,7 +1,12 @@
 #include "data_test.h"
 
+#include <dirent.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 namespace datat {
@@ -54,7 +59,84 @@ void Collector::set_hook(std::function<void(const Event &)> hook) {
   hook_ = std::move(hook);
 }
 
+namespace {
+
+std::string read_first(const std::string &path) {
+  std::ifstream in(path);
+  std::string line;
+  std::getline(in, line);
+  return line;
+}
+
+// The thread's system call, or -1 when the kernel does not say.
+long syscall_of(const std::string &task) {
+  std::string line = read_first("/proc/self/task/" + task + "/syscall");
+  if (line.empty() || line == "running") return -1;
+  return std::strtol(line.c_str(), nullptr, 10);
+}
+
+bool eventfd_empty() {
+  DIR *fds = opendir("/proc/self/fd");
+  if (fds == nullptr) return true;
+  bool empty = true;
+  while (dirent *entry = readdir(fds)) {
+    char target[64] = {};
+    std::string path = std::string("/proc/self/fd/") + entry->d_name;
+    if (readlink(path.c_str(), target, sizeof target - 1) <= 0) continue;
+    if (std::string(target) != "anon_inode:[eventfd]") continue;
+    std::ifstream info(std::string("/proc/self/fdinfo/") + entry->d_name);
+    std::string key, value;
+    while (info >> key >> value)
+      if (key == "eventfd-count:" && std::strtoull(value.c_str(), nullptr, 16) != 0) empty = false;
+  }
+  closedir(fds);
+  return empty;
+}
+
+}  // namespace
+
+bool event_thread_idle() {
+  if (!eventfd_empty()) return false;
+  DIR *tasks = opendir("/proc/self/task");
+  if (tasks == nullptr) return true;
+  bool idle = true;
+  while (dirent *entry = readdir(tasks)) {
+    if (entry->d_name[0] == '.') continue;
+    if (read_first(std::string("/proc/self/task/") + entry->d_name + "/comm") != "event_data_rx")
+      continue;
+    long call = syscall_of(entry->d_name);
+    bool waiting = call == -1;
+#ifdef __NR_epoll_wait
+    waiting = waiting || call == __NR_epoll_wait;
+#endif
+#ifdef __NR_epoll_pwait
+    waiting = waiting || call == __NR_epoll_pwait;
+#endif
+    idle = idle && waiting;
+  }
+  closedir(tasks);
+  return idle && eventfd_empty();
+}
+
+void DataTest::settle() {
+  vornsim::drain();
+  vornsim::wds::settle_links();
+  EXPECT_TRUE(vt::eventually(event_thread_idle, 30000)) << "the event thread stays busy";
+}
+
+bool DataTest::wait_call(int profile, int family, int state) {
+  return vt::eventually(
+      [&] {
+        for (const data_status_event &e : statuses())
+          if (e.profileIndex == profile && e.ip_call_type == family && e.data_state == state)
+            return true;
+        return false;
+      },
+      10000);
+}
+
 void DataTest::SetUp() {
+  vt::eventually(event_thread_idle, 30000);
   vornsim::reset();
   vt::sh("rm -f /tmp/netmgr_link*_ok /tmp/ipv6_only /tmp/ipa_not_cfg");
   vorn_set_log_level(0);
@@ -66,7 +148,7 @@ void DataTest::SetUp() {
 }
 
 void DataTest::TearDown() {
-  vornsim::drain();
+  settle();
   vorn_data_pal_deinit();
   vornsim::wds::settle_links();
   Collector::instance().set_hook(nullptr);

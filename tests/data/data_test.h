@@ -66,7 +66,12 @@ class DataTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
+  // Waits until the modem delivered what it queued, the network manager
+  // is done and the event thread has passed every event on.
+  static void settle();
+  // Settles, then forgets the requests, log lines and events so far.
   static void forget() {
+    settle();
     vornsim::clear_requests();
     vornsim::clear_diag();
     Collector::instance().clear();
@@ -75,6 +80,8 @@ class DataTest : public ::testing::Test {
   static std::vector<data_status_event> statuses();
   // Waits for the n-th event 0 and returns it.
   static data_status_event wait_status(size_t n = 1);
+  // Waits for an event 0 of the profile's family in that state.
+  static bool wait_call(int profile, int family, int state);
 };
 
 // A profile record with the usual fields of a write.
@@ -84,6 +91,9 @@ data_profile_settings profile(const char *apn, uint32_t pdp_type, bool clat = fa
 std::string ip_json(const std::string &what);
 // A file's first line; "" when it cannot be read.
 std::string first_line(const std::string &path);
+
+// The event thread waits for its next word (and none is pending).
+bool event_thread_idle();
 
 inline size_t count(unsigned msg_id) { return vt::count(kWds, msg_id); }
 // The message ids of the WDS requests that reached the modem, in order.
