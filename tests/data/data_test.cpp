@@ -71,7 +71,8 @@ std::string read_first(const std::string &path) {
 // The thread's system call, or -1 when the kernel does not say.
 long syscall_of(const std::string &task) {
   std::string line = read_first("/proc/self/task/" + task + "/syscall");
-  if (line.empty() || line == "running") return -1;
+  if (line.empty()) return -1;
+  if (line == "running") return -2;
   return std::strtol(line.c_str(), nullptr, 10);
 }
 
