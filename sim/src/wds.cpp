@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -84,9 +83,10 @@ struct State {
   std::map<const void *, Client> clients;
   std::map<uint32_t, Session> sessions;  // by pkt_data_handle
   uint32_t next_handle = 0x5A000001;
-  std::deque<StartFailure> start_failures;
-  bool report_first = false;
-  bool link_local = false;
+  // Saved, so that a fault set by one run of vornpalctl meets the next.
+  std::map<uint32_t, Bytes> start_failures;  // StartFailure by order
+  uint32_t report_first = 0;
+  uint32_t link_local = 0;
   uint32_t mtu = 1500;
 
   template <class Visit>
@@ -98,6 +98,10 @@ struct State {
     visit("attach_auth", attach_auth);
     visit("attach_username", attach_username);
     visit("attach_password", attach_password);
+    visit("start_failures", start_failures);
+    visit("report_first", report_first);
+    visit("link_local", link_local);
+    visit("mtu", mtu);
   }
 };
 
@@ -264,8 +268,10 @@ int start(const Request &req, void *resp_buf, size_t len) {
     // modem drops the call with it.
     if (!client_live(req.client)) return refuse_with(*resp, QMI_ERR_INTERNAL_V01);
     if (!s.start_failures.empty()) {
-      StartFailure f = s.start_failures.front();
-      s.start_failures.pop_front();
+      StartFailure f{};
+      const Bytes &bytes = s.start_failures.begin()->second;
+      std::memcpy(&f, bytes.data(), std::min(bytes.size(), sizeof f));
+      s.start_failures.erase(s.start_failures.begin());
       refuse_with(*resp, kCallFailed);
       resp->call_end_reason_valid = 1;
       resp->call_end_reason = f.reason;
@@ -292,7 +298,7 @@ int start(const Request &req, void *resp_buf, size_t len) {
     s.sessions[handle] = session;
     resp->pkt_data_handle = handle;
     wds_link::up(link_setup(session));
-    report_first = s.report_first;
+    report_first = s.report_first != 0;
     if (!report_first) {
       auto ind = status_ind(session.family, WDS_CONNECTION_STATUS_CONNECTED_V01);
       indicate_to(req.client, QMI_WDS_PKT_SRVC_STATUS_IND_V01, &ind, sizeof ind);
@@ -446,7 +452,7 @@ void install(ServiceModule<State> &m) {
   serve_client<data::RuntimeSettings>([](State &s, const void *client, const auto &, auto &resp) {
     auto it = session_of_client(s, client);
     if (it == s.sessions.end()) return refuse_with(resp, kOutOfCall);
-    fill_runtime(it->second, s.link_local, resp);
+    fill_runtime(it->second, s.link_local != 0, resp);
   });
   m.serve<data::ModifyProfileSettings>(modify);
   m.serve<data::DeleteProfile>([](State &s, const auto &req, auto &resp) {
@@ -546,13 +552,15 @@ std::vector<SessionView> sessions() {
 void fail_next_start(uint32_t call_end_reason, uint32_t verbose_type, uint32_t verbose_reason,
                      int count) {
   module.with_state([&](State &s) {
-    for (int i = 0; i < count; ++i)
-      s.start_failures.push_back({call_end_reason, verbose_type, verbose_reason});
+    const StartFailure f{call_end_reason, verbose_type, verbose_reason};
+    const auto *bytes = reinterpret_cast<const uint8_t *>(&f);
+    uint32_t next = s.start_failures.empty() ? 0 : s.start_failures.rbegin()->first + 1;
+    for (int i = 0; i < count; ++i) s.start_failures[next++] = Bytes(bytes, bytes + sizeof f);
   });
 }
 
 void report_before_answer(bool on) {
-  module.with_state([on](State &s) { s.report_first = on; });
+  module.with_state([on](State &s) { s.report_first = on ? 1 : 0; });
 }
 
 bool drop(uint32_t profile, int family, uint32_t call_end_reason, uint32_t verbose_type,
@@ -568,7 +576,7 @@ bool drop(uint32_t profile, int family, uint32_t call_end_reason, uint32_t verbo
 }
 
 void report_link_local(bool on) {
-  module.with_state([on](State &s) { s.link_local = on; });
+  module.with_state([on](State &s) { s.link_local = on ? 1 : 0; });
 }
 
 void set_mtu(uint32_t mtu) {
