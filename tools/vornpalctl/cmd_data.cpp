@@ -288,20 +288,33 @@ void show_events(size_t seen, ctl::Output &out) {
     out.line(describe(received[i].id, received[i].data.data(), static_cast<int>(received[i].data.size())));
 }
 
+// Families of the profile's call that are up in this run.
+size_t families_up(int cid) {
+  size_t up = 0;
+  for (int family = 0; family < 2; ++family) {
+    connect_info info{};
+    up += vorn_data_pal_get_runtime_connect_info(cid, VORN_DATA_INFO_ADDRESS, family, &info) == 0;
+  }
+  return up;
+}
+
 int disconnect_call(int cid, bool async, ctl::Output &out) {
+  const size_t families = families_up(cid);
   const size_t seen = events_so_far();
   int rc = async ? vorn_data_pal_async_disconnect(cid) : vorn_data_pal_disconnect(cid);
   if (rc != 0) return ctl::fail(out, "no call of profile " + std::to_string(cid) + " to end in this run", rc);
-  // The call is down once its events came: event 4 or 5 of the thread, or
-  // event 0 of each family that was up.
-  wait_events(seen, 15, [async](const std::vector<Received> &got) {
-    for (const Received &e : got)
-      if (async ? e.id == VORN_DATA_EVENT_DISCONNECT_DONE || e.id == VORN_DATA_EVENT_DISCONNECT_FAILED
-                : e.id == VORN_DATA_EVENT_CALL_STATUS)
-        return true;
-    return false;
+  // The call is down once its events came: event 0 of each family that was
+  // up, and event 4 or 5 of the thread.
+  wait_events(seen, 15, [async, families](const std::vector<Received> &got) {
+    size_t status = 0;
+    bool thread_done = !async;
+    for (const Received &e : got) {
+      status += e.id == VORN_DATA_EVENT_CALL_STATUS;
+      thread_done = thread_done || e.id == VORN_DATA_EVENT_DISCONNECT_DONE ||
+                    e.id == VORN_DATA_EVENT_DISCONNECT_FAILED;
+    }
+    return thread_done && status >= families;
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
   show_events(seen, out);
   return 0;
 }
