@@ -125,7 +125,7 @@ void DataTest::settle() {
   EXPECT_TRUE(vt::eventually(event_thread_idle, 30000)) << "the event thread stays busy";
 }
 
-bool DataTest::wait_call(int profile, int family, int state) {
+bool DataTest::wait_call(int profile, int family, int state, int ms) {
   return vt::eventually(
       [&] {
         for (const data_status_event &e : statuses())
@@ -133,7 +133,7 @@ bool DataTest::wait_call(int profile, int family, int state) {
             return true;
         return false;
       },
-      10000);
+      ms);
 }
 
 void DataTest::SetUp() {

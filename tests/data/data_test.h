@@ -81,7 +81,7 @@ class DataTest : public ::testing::Test {
   // Waits for the n-th event 0 and returns it.
   static data_status_event wait_status(size_t n = 1);
   // Waits for an event 0 of the profile's family in that state.
-  static bool wait_call(int profile, int family, int state);
+  static bool wait_call(int profile, int family, int state, int ms = 20000);
 };
 
 // A profile record with the usual fields of a write.

@@ -93,9 +93,10 @@ TEST_F(Runtime, AnInterfaceThatNeverAppears) {
   write_profile(6, VORN_DATA_PDP_IPV4V6);
   vornsim::wds::set_network_manager(false);
   ASSERT_EQ(vorn_data_pal_connect(6), 0);
-  // The event comes once the waits ran out, with the call up.
-  ASSERT_TRUE(wait_call(6, 0, VORN_DATA_STATE_UP));
-  ASSERT_TRUE(wait_call(6, 1, VORN_DATA_STATE_UP));
+  // The event comes once the waits ran out (10 s of probes for each
+  // family), with the call up.
+  ASSERT_TRUE(wait_call(6, 0, VORN_DATA_STATE_UP, 120000));
+  ASSERT_TRUE(wait_call(6, 1, VORN_DATA_STATE_UP, 120000));
   EXPECT_TRUE(vt::logged("line_buf=\n"));
   EXPECT_TRUE(vt::logged("Failed to open /proc/sys/net/ipv6/conf/rmnet_data0/accept_ra_defrtr: "
                          "No such file or directory\n"));

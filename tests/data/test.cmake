@@ -12,3 +12,5 @@ add_test(NAME data_soak
           $<TARGET_FILE:test_data> --gtest_also_run_disabled_tests --gtest_filter=Soak.DISABLED_*)
 set_tests_properties(data_soak PROPERTIES LABELS soak TIMEOUT 3600
   ENVIRONMENT "${environment};VORNPAL_TIME_SCALE=20")
+# The ctl tests run the tool against the same simulated modem.
+add_dependencies(test_data vornpalctl)
