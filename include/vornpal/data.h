@@ -184,8 +184,12 @@ VORNPAL_API void vorn_data_pal_ind_notify(int event_id, void *data, int size);
  * up. It gives VORN_DATA_ALREADY_CONNECTED for a call that is up,
  * VORN_QMI_FAILURE or VORN_DATA_NO_EFFECT when the start failed, and then
  * also posts event 0 with the failure. A profile of type IPv4v6 counts as
- * connected when either family came up. Only one start or stop may be under
- * way at a time: serialise calls on different profiles.
+ * connected when either family came up.
+ *
+ * Starts and stops of all profiles take turns (they share one wait for the
+ * modem's report, 2 s). A report reaches the library only after the event
+ * thread has taken the one before it, so wait for a call's event 0 before
+ * stopping it: a stop right behind a start can miss its report and give -1.
  */
 VORNPAL_API int vorn_data_pal_connect(int cid);
 /* Writes the profile first (vorn_data_pal_write_connect_setting). */

@@ -46,7 +46,8 @@ TEST_F(Profiles, WriteReadAndListRoundTrip) {
   EXPECT_TRUE(vt::logged("Profile '5' saved on modem\n"));
 
   // The APN went with 62 bytes.
-  const auto *p = stored(vornsim::wds::profiles(), 5);
+  const auto store = vornsim::wds::profiles();
+  const auto *p = stored(store, 5);
   ASSERT_NE(p, nullptr);
   EXPECT_EQ(p->apn, long_apn.substr(0, 62));
   EXPECT_EQ(p->pdp_type, WDS_PDP_TYPE_PDP_IPV6_V01);
