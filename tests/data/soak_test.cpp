@@ -50,10 +50,10 @@ class Soak : public DataTest {
   static void cycle(int n) {
     Collector::instance().clear();
     ASSERT_EQ(vorn_data_pal_connect(3), 0) << "cycle " << n;
-    ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 2)) << "cycle " << n;
+    ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 2, 60000)) << "cycle " << n;
     settle();
     ASSERT_EQ(vorn_data_pal_disconnect(3), 0) << "cycle " << n;
-    ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 4)) << "cycle " << n;
+    ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 4, 60000)) << "cycle " << n;
     settle();
     for (const data_status_event &e : statuses()) ASSERT_EQ(e.profileIndex, 3);
   }
