@@ -1,11 +1,13 @@
-// The network information against the raw round trips of the requests it
-// makes, and the latency from an indication to the family's callback.
+// The network information beside the raw round trips of the very requests
+// it makes (paired.h), and the latency from an indication to the family's
+// callback.
 //   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench --benchmark_filter=Network
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -13,12 +15,17 @@
 #include <vornpal/network.h>
 #include <vornpal/platform/network_access_service_v01.h>
 #include <vornpal/platform/vorn_m2m_service_v01.h>
-#include <vornpal/qmi.h>
 #include <vornsim/sim.h>
+
+#include "m2m/messages.h"
+#include "network/messages.h"
+#include "paired.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+namespace vm = vorn::m2m;
+namespace vn = vorn::network;
 
 vorn_network_info request_all() {
   vorn_network_info info{};
@@ -36,65 +43,33 @@ void fresh_family() {
   vorn_network_pal_deinit();
   vornsim::reset();
   vornsim::set_diag_record(false);
+  vornsim::set_request_record(0);
   vorn_set_log_level(1);
   vorn_network_pal_init();
   vornsim::drain();
 }
 
-// Clients of their own for the raw round trips.
-struct RawClients {
-  qmi_client_type nas = nullptr;
-  vorn_qmi_client m2m{};
-  RawClients() {
-    qmi_client_os_params os{};
-    qmi_client_init_instance(nas_get_service_object_internal_v01(1, 303, 6), 65535, nullptr, nullptr, &os, 3000,
-                             &nas);
-    m2m.service_object = vorn_m2m_get_service_object_internal_v01(1, 1, 6);
-    vorn_qmi_register(&m2m, 1);
-  }
-  ~RawClients() {
-    qmi_client_release(nas);
-    vorn_qmi_unregister(&m2m);
-  }
-};
-
-void BM_NetworkGetInfo(benchmark::State &state) {
+void BM_NetworkGetInfoVsRaw(benchmark::State &state) {
   fresh_family();
-  for (auto _ : state) {
+  auto get_info = [] {
     vorn_network_info info = request_all();
     benchmark::DoNotOptimize(vorn_network_pal_get_network_info(0, &info));
-  }
-  vornsim::clear_requests();
-  vorn_network_info info = request_all();
-  vorn_network_pal_get_network_info(0, &info);
-  state.counters["requests"] = static_cast<double>(vornsim::requests().size());
+  };
+  bench::RawReplay raw(bench::requests_of(get_info),
+                       {{vornsim::Svc::NAS, nas_get_service_object_internal_v01(1, 303, 6)},
+                        {vornsim::Svc::M2M, vorn_m2m_get_service_object_internal_v01(1, 1, 6)}});
+  raw.sized<vn::GetServingSystem, vn::GetSysInfo, vn::GetSigInfo, vn::GetRfBandInfo, vn::GetPlmnName,
+            vn::GetHomeNetwork, vn::GetCellLocationInfo, vn::GetErrRate, vn::GetTxRxInfo, vn::GetLteCphyCaInfo,
+            vn::GetArfcnList, vn::GetSpeff, vn::GetNr5gSpeff, vn::GetSystemSelectionPreference, vn::GetDrx,
+            vn::GetNetworkTime, vn::GetDataRoaming>(vornsim::Svc::NAS);
+  raw.sized<vm::ReadNvItem, vm::GetCurrentAct, vm::GetUimSelect, vm::GetUeMode, vm::GetCfun, vm::GetSigInfo,
+            vm::GetCaInfo>(vornsim::Svc::M2M);
+  if (std::string why = raw.incomplete(); !why.empty()) state.SkipWithError(why.c_str());
+  bench::paired(state, CLOCK_THREAD_CPUTIME_ID, 4, get_info, [&] { raw(); });
+  state.counters["requests"] = static_cast<double>(raw.size());
   vorn_network_pal_deinit();
 }
-BENCHMARK(BM_NetworkGetInfo)->Unit(benchmark::kMicrosecond);
-
-// The same requests, byte for byte, sent one after the other with no
-// library around them.
-void BM_NetworkRawRoundTrips(benchmark::State &state) {
-  fresh_family();
-  vornsim::clear_requests();
-  vorn_network_info info = request_all();
-  vorn_network_pal_get_network_info(0, &info);
-  std::vector<vornsim::Request> sent = vornsim::requests();
-  RawClients raw;
-  std::vector<uint8_t> resp(16384);
-  for (auto _ : state) {
-    for (vornsim::Request &req : sent) {
-      qmi_client_type handle = req.svc == vornsim::Svc::NAS ? raw.nas : req.svc == vornsim::Svc::M2M ? raw.m2m.handle : nullptr;
-      if (handle == nullptr) continue;
-      benchmark::DoNotOptimize(qmi_client_send_msg_sync(handle, req.msg_id, req.bytes.empty() ? nullptr : req.bytes.data(),
-                                                        static_cast<unsigned>(req.bytes.size()), resp.data(),
-                                                        static_cast<unsigned>(resp.size()), 3000));
-    }
-  }
-  state.counters["requests"] = static_cast<double>(sent.size());
-  vorn_network_pal_deinit();
-}
-BENCHMARK(BM_NetworkRawRoundTrips)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_NetworkGetInfoVsRaw)->Unit(benchmark::kMicrosecond);
 
 std::atomic<uint64_t> delivered{0};
 std::atomic<int64_t> arrived_ns{0};

@@ -1,26 +1,32 @@
 // The USIM family's paths that daemons call often or wait on: the card
-// state (10 KB card report and two slot reports), a file read, every file,
-// a short APDU, and a long APDU response assembled from pieces, against the
-// simulated modem's raw round trip of the card report.
+// state (10 KB card reports and slot reports) and a file read beside the raw
+// round trips of the very requests they make (paired.h); every file, a short
+// APDU, and a long APDU response assembled from pieces.
 //   tools/sandbox/vornpal-sandbox --expose build -- build/bench/vornpal_bench --benchmark_filter=Usim
 #include <benchmark/benchmark.h>
 
-#include <memory>
+#include <string>
 #include <vector>
 
 #include <vornpal/log.h>
-#include <vornpal/platform/qmi_client.h>
 #include <vornpal/platform/user_identity_module_v01.h>
-#include <vornpal/qmi.h>
 #include <vornpal/usim.h>
 #include <vornsim/sim.h>
 #include <vornsim/uim.h>
 
+#include "paired.h"
+#include "usim/messages.h"
+
 namespace {
 
+namespace vu = vorn::usim;
+
+// A fresh modem that keeps no record of requests, the family started and
+// its first card report taken, quiet logging.
 void fresh_modem() {
   vornsim::reset();
   vornsim::set_diag_record(false);
+  vornsim::set_request_record(0);
   vorn_set_log_level(1);
   vorn_usim_pal_init();
   usim_state_record state{};
@@ -36,38 +42,34 @@ void idle_reassembly() {
   vornsim::drain();
 }
 
-void BM_UsimRawCardStatus(benchmark::State &state) {
+// One library call beside the raw round trips of the requests it makes, on
+// one UIM client of their own.
+template <class Call>
+void usim_vs_raw(benchmark::State &state, Call call) {
   fresh_modem();
-  vorn_qmi_client client{};
-  client.service_object = uim_get_service_object_internal_v01(1, 97, 6);
-  qmi_client_os_params os{};
-  qmi_client_type handle = nullptr;
-  qmi_client_init_instance(client.service_object, 65535, nullptr, nullptr, &os, 3000, &handle);
-  auto resp = std::make_unique<uim_get_card_status_resp_msg_v01>();
-  for (auto _ : state)
-    benchmark::DoNotOptimize(qmi_client_send_msg_sync(handle, QMI_UIM_GET_CARD_STATUS_REQ_V01, nullptr, 0,
-                                                      resp.get(), sizeof *resp, 3000));
-  qmi_client_release(handle);
+  bench::RawReplay raw(bench::requests_of(call),
+                       {{vornsim::Svc::UIM, uim_get_service_object_internal_v01(1, 97, 6)}});
+  raw.sized<vu::GetCardStatus, vu::GetSlotsStatus, vu::ReadTransparent, vu::ReadRecord>(vornsim::Svc::UIM);
+  if (std::string why = raw.incomplete(); !why.empty()) state.SkipWithError(why.c_str());
+  bench::paired(state, CLOCK_THREAD_CPUTIME_ID, 16, call, [&] { raw(); });
+  state.counters["requests"] = static_cast<double>(raw.size());
 }
-BENCHMARK(BM_UsimRawCardStatus);
 
-void BM_UsimGetState(benchmark::State &state) {
-  fresh_modem();
-  for (auto _ : state) {
+void BM_UsimGetStateVsRaw(benchmark::State &state) {
+  usim_vs_raw(state, [] {
     usim_state_record record{};
     benchmark::DoNotOptimize(vorn_usim_pal_get_usim_state(&record));
-  }
+  });
 }
-BENCHMARK(BM_UsimGetState);
+BENCHMARK(BM_UsimGetStateVsRaw);
 
-void BM_UsimReadIccid(benchmark::State &state) {
-  fresh_modem();
-  for (auto _ : state) {
+void BM_UsimReadIccidVsRaw(benchmark::State &state) {
+  usim_vs_raw(state, [] {
     usim_info_record info{};
     benchmark::DoNotOptimize(vorn_usim_pal_get_usim_info(E_OEM_USIM_SIMINFO_TYPE_ICCID, &info));
-  }
+  });
 }
-BENCHMARK(BM_UsimReadIccid);
+BENCHMARK(BM_UsimReadIccidVsRaw);
 
 void BM_UsimReadEveryFile(benchmark::State &state) {
   fresh_modem();

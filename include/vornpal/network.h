@@ -60,7 +60,7 @@ typedef void (*vorn_network_event_cb)(uint32_t event_id, void *payload, uint32_t
                                       uint32_t user);
 
 /* Fields of a technology stay zero when the modem did not report it; NR has
- * no valid flag: test its values. (28 bytes) */
+ * no valid flag: test its values. (40 bytes) */
 typedef struct {
   uint32_t gsm_valid;
   int16_t gsm_rssi;
@@ -541,9 +541,178 @@ VORNPAL_API int vorn_network_pal_get_attach_state(uint32_t slot, uint32_t *state
 VORNPAL_API int vorn_network_pal_set_data_roaming_status(uint32_t enable);
 VORNPAL_API int vorn_network_pal_get_data_roaming_status(uint32_t *enable);
 
-/* ---- frequency and cell lock -------------------------------------------- */
+/* ---- network settings ---------------------------------------------------- */
 
-/* The request and answer of the lock functions (344 bytes). */
+/* Band mode and rat mode of the settings. rat_mode: 0 automatic, 1 WCDMA,
+ * 2 LTE, 4 WCDMA and LTE, 8 GSM, 9 GSM and WCDMA, 10 GSM and LTE, 11 GSM,
+ * WCDMA and LTE. Rat codes of the order: 0 GSM, 2 UMTS, 3 LTE. */
+#define VORN_NETWORK_BAND_LIST_MAX 140
+#define VORN_NETWORK_MULTI_CELL_MAX 38
+
+/* GSM mask bits. */
+#define VORN_NETWORK_GSM_900 0x02
+#define VORN_NETWORK_GSM_1800 0x08
+#define VORN_NETWORK_GSM_1900 0x10
+#define VORN_NETWORK_GSM_850 0x80
+/* UMTS mask bits: 1, 2, 4, 8, 16, 32 bands I to VI, then: */
+#define VORN_NETWORK_UMTS_VIII 0x80
+#define VORN_NETWORK_UMTS_XIX 0x80000
+
+/* Lock rat and type of a cell lock. */
+enum { VORN_CELL_LOCK_LTE = 0, VORN_CELL_LOCK_NR = 1, VORN_CELL_LOCK_WCDMA = 2 };
+enum { VORN_CELL_LOCK_PCI = 0, VORN_CELL_LOCK_FREQ = 1 };
+/* action: 1 turns the lock off (enable 0) or on again from the last lock;
+ * 4 and above set a new lock; 2 and 3 do nothing. */
+#define VORN_CELL_LOCK_ACTION_TOGGLE 1
+#define VORN_CELL_LOCK_ACTION_NEW 4
+
+/* One cell, one frequency. A get fills enable, rat, type, arfcn and pci. */
+typedef struct {
+  uint32_t enable; /* 2 (two locks) is refused for LTE */
+  uint32_t rat;    /* VORN_CELL_LOCK_* rat */
+  uint32_t type;   /* VORN_CELL_LOCK_PCI or _FREQ */
+  uint32_t arfcn;  /* EARFCN, NR-ARFCN or UARFCN */
+  uint32_t pci;
+  uint32_t scs;  /* NR subcarrier spacing code (vorn_bwlock_scs_map) */
+  uint32_t band; /* NR band index (vorn_sa_celllock_band_map) */
+  uint32_t action;
+} vorn_network_cell_lock_info; /* 32 bytes */
+
+typedef struct {
+  uint32_t freq;
+  uint32_t pci;
+  uint16_t band; /* NR */
+  uint16_t reserved_band;
+  uint16_t scs; /* NR */
+  uint16_t reserved_scs;
+  uint32_t spare;
+} vorn_network_multi_cell; /* 20 bytes */
+
+/* A list of cells, the LTE cells first (at most 20 are used), then NR cells
+ * of which the first is locked. */
+typedef struct {
+  uint32_t enable; /* 0 does nothing */
+  uint32_t lte_count;
+  uint32_t nr_count;
+  uint32_t spare;
+  vorn_network_multi_cell cell[VORN_NETWORK_MULTI_CELL_MAX];
+} vorn_network_multi_cell_lock_info;
+
+/* NR band masks: three 64-bit masks, each as its low word then its high
+ * word. */
+typedef struct {
+  uint8_t nr_valid;
+  uint32_t nr_mask[6];
+} vorn_network_nr_band_info; /* 28 bytes */
+
+/*
+ * The record of vorn_network_pal_get_network_setting and _set_: set the
+ * flag of each group to read or write; the others are neither read from
+ * nor written to the modem.
+ */
+typedef struct {
+  uint8_t regist_info_valid;
+  uint32_t regist_mode; /* 0 automatic, 1 manual */
+
+  uint8_t band_info_valid;
+  uint32_t band_mode; /* 0 automatic: every band the modem has */
+  uint32_t band;      /* get: g_band_mode, or the only band listed */
+  uint8_t gsm_valid;
+  uint32_t gsm_mask; /* VORN_NETWORK_GSM_* */
+  uint8_t umts_valid;
+  uint32_t umts_mask; /* 1 << (band - 1) for I to VI, VORN_NETWORK_UMTS_* */
+  uint8_t lte_valid;
+  /* four 64-bit masks (bit n: band 101 + n), each as its low word then its
+   * high word; a get fills the first two */
+  uint32_t lte_mask[8];
+  uint8_t band_list_len;
+  uint32_t band_list[VORN_NETWORK_BAND_LIST_MAX]; /* 900, 1800, 1900, 850; 1 to 19; 101 to 228 */
+
+  uint8_t rat_info_valid;
+  uint32_t current_rat; /* get: 0 GSM, 6 WCDMA, 7 LTE, 13 ENDC */
+  uint32_t rat_mode;    /* -1 on a get that found no mode */
+  uint8_t rat_order_valid;
+  uint8_t primary_rat;
+  uint8_t secondary_rat;
+
+  uint8_t nr_info_valid; /* refused by set, cleared by get */
+  vorn_network_nr_band_info nr_info;
+
+  uint8_t roaming_info_valid; /* not acted on */
+
+  uint8_t cell_lock_info_valid;
+  vorn_network_cell_lock_info cell_lock_info;
+  uint8_t cell_multi_lock_info_valid; /* set only */
+  vorn_network_multi_cell_lock_info cell_multi_lock_info;
+
+  uint8_t plmn_lock_info_valid;
+  uint8_t plmn_lock_enable;
+  char plmn_lock[7]; /* 5 or 6 digits */
+
+  uint8_t channl_lock_info_valid; /* logged only */
+} vorn_network_setting;
+
+/* The last band mode set. */
+VORNPAL_API extern uint32_t g_band_mode;
+
+/* 0 or the manufacturer query's result; -1 when the modem did not answer
+ * the selection query. */
+VORNPAL_API int vorn_network_pal_get_network_setting(uint32_t slot, vorn_network_setting *setting);
+/* 0; -1 when the modem refused the selection, for nr_info_valid (nothing is
+ * sent then), or when a cell lock could not be written (what went before
+ * stays). The PLMN lock cycles the radio (operating modes 1, then 0). */
+VORNPAL_API int vorn_network_pal_set_network_setting(uint32_t slot, vorn_network_setting *setting);
+/* dest := left << 32 | right */
+VORNPAL_API void vorn_network_pal_band_mask_build(uint64_t *dest, uint32_t left, uint32_t right);
+/* left := high, right := low */
+VORNPAL_API void oem_network_pal_band_mask_extract(uint32_t low, uint32_t high, uint32_t *left,
+                                                   uint32_t *right);
+
+/* ---- cell lock (EFS items through the M2M service) ---------------------- */
+
+typedef struct {
+  uint32_t value;
+  uint32_t code;
+} vorn_network_lock_code;
+
+/* Codes for clients: NR band number to band index (26 rows), subcarrier
+ * spacing in kHz to code (5 rows), bandwidth in MHz to mask (15 rows). */
+VORNPAL_API extern const vorn_network_lock_code vorn_sa_celllock_band_map[26];
+VORNPAL_API extern const vorn_network_lock_code vorn_bwlock_scs_map[5];
+VORNPAL_API extern const vorn_network_lock_code vorn_sa_bandwidth_scs_map[15];
+
+/* 1 done, 0 failed. slot 0 SIM1, 1 SIM2; other slots write no odm string. */
+VORNPAL_API int vorn_user_lock_cellcfg_exec(uint32_t rat, uint32_t type, uint32_t earfcn, uint32_t pci,
+                                            uint32_t slot);
+VORNPAL_API int vorn_user_lock_multi_lte_cellcfg_exec(const vorn_network_multi_cell_lock_info *multi);
+VORNPAL_API int vorn_5glock_pci_exec(uint32_t earfcn, uint32_t pci, uint32_t scs, uint32_t band,
+                                     uint32_t slot);
+VORNPAL_API int vorn_5glock_freq_exec(uint32_t earfcn, uint32_t scs, uint32_t slot);
+/* Each names the mode it turns off: the earfcn-only lock writes pci_lock,
+ * the pci-only lock the earfcn lock. 1 done, 0 failed. */
+VORNPAL_API int vorn_disable_celllock_erafcn_only_fun(uint32_t earfcn, uint32_t pci);
+VORNPAL_API int vorn_disable_celllock_pci_only_fun(uint32_t earfcn);
+VORNPAL_API int vorn_disable_celllock_5gpci_only_fun(uint32_t earfcn, uint32_t scs);
+VORNPAL_API int vorn_disable_celllock_5gerafcn_only_fun(uint32_t earfcn, uint32_t pci, uint32_t scs,
+                                                        uint32_t band);
+/* The list form of the NR lock, for modem software that reads it. */
+VORNPAL_API int vorn_disable_celllock_5gerafcn_only_new_baseline(uint32_t earfcn, uint32_t pci,
+                                                                 uint32_t scs, uint32_t band);
+/* The NR lock items of a SIM (_sim1, _sim2) in and out of the common ones
+ * that the modem reads. */
+VORNPAL_API int vorn_network_switch_sim_efs_del(uint32_t slot);
+/* mode 1: the 8-byte earfcn lock, mode 0: the 12-byte PCI lock; copied
+ * when it holds a lock. The read's result when copied, else 0; -1 for null. */
+VORNPAL_API int vorn_network_switch_sim_efs_copy(const char *dst, const char *src, int mode);
+VORNPAL_API int vorn_network_switch_sim_efs_change(uint32_t slot);
+VORNPAL_API int oem_network_pal_gtcelllockex_unlock(void);
+VORNPAL_API int oem_network_pal_gtcelllockex_lock_del(void);
+VORNPAL_API int oem_network_pal_get_celllockex(void);
+VORNPAL_API int vorn_network_pal_set_multi_cell_lock(void);
+
+/* ---- frequency lock ------------------------------------------------------ */
+
+/* The request and answer of the frequency lock functions (344 bytes). */
 #define VORN_NETWORK_LOCK_LTE_MAX 30
 #define VORN_NETWORK_LOCK_NR_MAX 8
 
@@ -552,6 +721,11 @@ enum {
   VORN_NETWORK_LOCK_RAT_NR = 1,
   VORN_NETWORK_LOCK_RAT_BOTH = 3
 };
+
+typedef struct {
+  uint32_t arfcn;
+  uint32_t pci; /* low 16 bits */
+} vorn_network_lte_lock_cell; /* 8 bytes */
 
 typedef struct {
   uint32_t band;
@@ -563,12 +737,161 @@ typedef struct {
 typedef struct {
   uint8_t rat;    /* VORN_NETWORK_LOCK_RAT_* */
   uint8_t enable; /* 1 lock, other unlock */
-  uint8_t reserved_lte_head[2];
+  uint8_t spare;
+  uint8_t lte_count;
   uint8_t nr_count;
   uint8_t reserved_pad[3];
-  uint32_t reserved_lte_cells[2 * VORN_NETWORK_LOCK_LTE_MAX];
+  vorn_network_lte_lock_cell lte_cell[VORN_NETWORK_LOCK_LTE_MAX];
   vorn_network_nr_lock_cell nr_cell[VORN_NETWORK_LOCK_NR_MAX];
 } vorn_network_freqlock_info;
+
+/* LTE through the modem's cell configuration (its failure only logged); NR
+ * (rat 1 or 3) through the vendor service. 0; -1. */
+VORNPAL_API int vorn_network_pal_set_freqlock(const vorn_network_freqlock_info *info);
+VORNPAL_API int vorn_network_pal_get_freqlock(vorn_network_freqlock_info *info);
+/* As above, with NR in the list form of the NR PCI lock item. */
+VORNPAL_API int oem_network_pal_set_freqlock_ext(const vorn_network_freqlock_info *info);
+VORNPAL_API int oem_network_pal_get_freqlock_ext(vorn_network_freqlock_info *info);
+/* The last lock as the modem recorded it, into cell_lock_info. 0; -1. */
+VORNPAL_API int vorn_network_pal_get_celllock_last_cfg(vorn_network_setting *setting);
+
+/* ---- carrier aggregation and capabilities -------------------------------- */
+
+#define VORN_NETWORK_CA_SCELL_MAX 4
+
+typedef struct {
+  uint16_t pci;
+  uint32_t freq;
+  uint32_t bandwidth; /* the modem's bandwidth code */
+  uint32_t band;      /* as the family numbers bands: LTE 100 + band */
+  uint32_t scell_state; /* 0 deconfigured, 1 configured, 2 activated */
+  uint8_t ul_configured;
+  uint8_t spare;
+} vorn_network_ca_scell; /* 24 bytes */
+
+/* The primary cell's pci and channel as the modem reported them; with no
+ * secondary cell in the answer but one the modem indicated, that cell is
+ * the only entry and pcell_freq reads 1 (a secondary cell is present). */
+typedef struct {
+  uint16_t pcell_pci;
+  uint16_t pcell_freq;
+  uint32_t count;
+  vorn_network_ca_scell scell[VORN_NETWORK_CA_SCELL_MAX];
+} vorn_network_cainfo;
+
+/* 0; 3 for a null record; -1 when the modem did not answer. A secondary
+ * cell the answer calls deconfigured keeps the state last indicated for
+ * it. */
+VORNPAL_API int vorn_network_pal_get_lte_cainfo(vorn_network_cainfo *info);
+
+#define VORN_NETWORK_CAP_DATA_MAX 32
+#define VORN_NETWORK_CAP_BAND_MAX 512
+
+typedef struct {
+  uint32_t band_request; /* not 0: the band list; 0: the data capabilities */
+  uint32_t umts_mask;    /* low word of the modem's GSM/UMTS mask */
+  uint8_t data_capabilities_valid;
+  uint32_t data_capabilities_len;
+  uint32_t data_capabilities[VORN_NETWORK_CAP_DATA_MAX];
+  uint32_t band_list_len;
+  uint32_t band_list[VORN_NETWORK_CAP_BAND_MAX]; /* GSM 900/1800/1900/850, WCDMA 1 to 19, LTE 100 + band, NR 500/5000 + band */
+} vorn_network_capabilities_info;
+
+/* Bands: 0 (empty lists when the modem reported none). The data
+ * capabilities come from the data bearer, which this build does not have
+ * yet: VORN_NOT_SUPPORTED. -1 for a null record. */
+VORNPAL_API int vorn_network_pal_get_capabilities_info(uint32_t slot, vorn_network_capabilities_info *info);
+/* Fills the UMTS, LTE and NR masks of each class whose valid flag is clear
+ * with every band the modem has; the flags stay as they were. 0. */
+VORNPAL_API int oem_nw_pal_fill_band_capabilities(vorn_network_setting *setting);
+
+/* ---- release version, receive chains, antenna diversity, MBN ------------ */
+
+/* LTE: 0 release C0, 1 D0; NR: 0 release 01, 1 02 (the modem's EFS bytes).
+ * A value the item does not hold leaves its output as it was. 0; -1 when an
+ * item cannot be read. */
+VORNPAL_API int vorn_network_pal_get_release_version(uint32_t *lte, uint32_t *nr);
+/* rat "LTE" or "NR", value 0 or 1. 0; -1 when the item was not written (a
+ * value other than 0 and 1 among them); 3 for another rat text. */
+VORNPAL_API int vorn_network_pal_set_release_version(const char *rat, uint32_t value);
+/* Receive chains in use: 2 or 4 from the chain item, 8 from the 8-receiver
+ * feature, else *ant_num as given. Each flag becomes 1 when its item exists
+ * and is otherwise left. Always 0. */
+VORNPAL_API int vorn_network_pal_get_umode(uint32_t *ant_num, uint32_t *rx_num_cfg_flag,
+                                           uint32_t *feature_8rx_out_flag);
+/* Parks the items of `previous` chains, then puts those of `ant_num` (0, 2,
+ * 4 or 8) in place; goes on after a failed step. The result of the last
+ * rename or write, 0 when there was none. */
+VORNPAL_API int vorn_network_pal_swicth_umode(uint32_t ant_num, uint32_t previous);
+/* Antenna diversity: 1 on. set: the write's result, 0 without a write when
+ * the item already says so. get: 0; -1 when the item cannot be read. */
+VORNPAL_API int vorn_network_pal_set_asdiv(uint8_t on);
+VORNPAL_API int vorn_network_pal_get_asdiv(uint32_t *status);
+
+/* The MBN file request: act 0 automatic selection, else the operator's file
+ * (at most 31 characters of oper_name are taken). 36 bytes. */
+typedef struct {
+  uint32_t act;
+  char oper_name[32];
+} vorn_network_mbn_request;
+
+/* Registration counters (64 bytes; the rest is the modem's). */
+typedef struct {
+  uint8_t registration_type;
+  uint8_t registration_num;
+  uint8_t deregistration_num;
+  uint8_t registration_failure;
+  uint8_t reserved[60];
+} vorn_network_reg_type;
+
+typedef struct {
+  int32_t nr_tx_pwr;
+} vorn_network_tx_power;
+
+/* 0; -1 for act not 0 without a name, or when the modem refused. */
+VORNPAL_API int vorn_network_pal_set_mbn_file(uint32_t act, const char *oper_name);
+/* The vendor command's result; the record as the modem filled it. */
+VORNPAL_API int oem_network_get_reg_type(vorn_network_reg_type *out);
+/* nr_tx_pwr as the modem left it in the record. */
+VORNPAL_API int oem_network_get_tx_power(vorn_network_tx_power *out);
+VORNPAL_API int oem_network_get_active_mbn(vorn_network_mbn_request *out);
+
+/* ---- operations this platform does not have ------------------------------ */
+
+/* Fixed results, nothing done: 0 for these, */
+VORNPAL_API int vorn_network_5gnr_time_start(void);
+VORNPAL_API int vorn_network_5gnr_time_stop(void);
+VORNPAL_API int vorn_network_pal_get_network_basic_msg(void);
+VORNPAL_API int oem_network_pal_get_NrRssi(void);
+VORNPAL_API int vorn_network_pal_set_cdrx(void);
+VORNPAL_API int vorn_network_pal_get_cdrx(void);
+VORNPAL_API int vorn_network_pal_get_lte_cinr(void);
+VORNPAL_API int oem_network_pal_get_attach_info(void);
+VORNPAL_API int oem_network_pal_get_lte_cellinfo_extra(void);
+VORNPAL_API int oem_network_pal_get_nr_cellinfo_extra(void);
+VORNPAL_API int vorn_network_pal_get_nr_reg_info(void);
+VORNPAL_API int vorn_network_pal_rrc_conn_reason(void);
+VORNPAL_API int vorn_network_pal_get_currentupTime(void);
+VORNPAL_API int vorn_network_pal_set_radio_state(void);
+VORNPAL_API int oem_network_pal_thermal_cc_control_get(void);
+VORNPAL_API int oem_network_pal_thermal_cc_control_set(void);
+/* -1 for this one (and vorn_network_pal_set_multi_cell_lock), */
+VORNPAL_API int oem_get_pci_if_endc(void);
+/* and VORN_NOT_SUPPORTED for these (and the gtcelllockex three). */
+VORNPAL_API int oem_network_pal_exec_cellscanex(void);
+VORNPAL_API int oem_network_pal_get_gtcellscanex(void);
+VORNPAL_API int oem_network_pal_set_gtcellscanex(void);
+VORNPAL_API int oem_network_pal_exec_cellscan(void);
+VORNPAL_API int oem_network_pal_set_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_clear_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_get_gt5gnssai_fun(void);
+VORNPAL_API int oem_network_pal_set_nr_deprioritize(void);
+VORNPAL_API int oem_network_pal_set_endc_en(void);
+VORNPAL_API int oem_network_pal_get_rejcause(void);
+VORNPAL_API int oem_gttasstate_pal(void);
+VORNPAL_API int oem_cusd_set_pal(void);
+VORNPAL_API int oem_cssn_set_pal(void);
+VORNPAL_API int oem_cssn_get_pal(void);
 
 VORNPAL_END_DECLS
 

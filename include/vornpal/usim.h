@@ -187,8 +187,8 @@ VORNPAL_API int vorn_usim_pal_unlock_puk(const char *puk, const char *new_pin);
 /* operation 1 switches the PIN request on, any other value off. The card
  * judges the PIN's form; a PIN of 24 characters or more aborts the process. */
 VORNPAL_API int vorn_usim_pal_pinlock_change(int operation, const char *pin);
-/* The card judges both values; one of 36 characters or more aborts the
- * process. */
+/* The card judges both values. An old value of 36 characters or more, or a
+ * new one of 16 or more, aborts the process. */
 VORNPAL_API int vorn_usim_pal_modify_pin_code(const char *old_pin, const char *new_pin);
 VORNPAL_API int vorn_usim_pal_get_pinlock_info(usim_pinlock_info *out);
 

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -16,9 +18,11 @@
 #include <vector>
 
 #include <vornpal/platform/vorn_m2m_service_v01.h>
+#include <vornsim/m2m.h>
 #include <vornsim/sim.h>
 
 #include "m2m/messages.h"
+#include "m2m_efs.h"
 #include "service_module.h"
 
 namespace vornsim {
@@ -151,10 +155,19 @@ void read_item(State &s, const m2m::ReadNvItem::Req &req, m2m::ReadNvItem::Resp 
   if (len > 0) std::memcpy(resp.data, item->second.data(), len);
 }
 
+std::mutex hook_mutex;
+std::function<void()> change_hook;  // under hook_mutex
+
+void changed() {
+  std::lock_guard<std::mutex> lock(hook_mutex);
+  if (change_hook) change_hook();
+}
+
 void write_item(State &s, const m2m::WriteNvItem::Req &req, m2m::WriteNvItem::Resp &resp) {
   std::string path = field_text(req.item_file_path);
   if (path.empty() || req.data_len > sizeof req.data) return refuse_with(resp, kBadArgument);
   s.efs[path] = Bytes(req.data, req.data + req.data_len);
+  changed();
 }
 
 // Rename and copy share their checks; a rename onto an existing item
@@ -175,6 +188,7 @@ bool move_item(State &s, const char (&from)[VORN_M2M_NV_PATH_MAX_V01],
   Bytes data = item->second;
   if (!keep_source) s.efs.erase(item);
   s.efs[target] = std::move(data);
+  changed();
   return true;
 }
 
@@ -446,6 +460,7 @@ void install(ServiceModule<State> &m) {
   m.serve<m2m::SetCellLockExt>([](State &s, const auto &req, auto &resp) {
         if (req.lock.lock_count > VORN_M2M_CELL_LOCK_EXT_MAX_V01) return refuse_with(resp, kBadArgument);
         std::memcpy(s.cell_lock.data(), &req.lock, sizeof req.lock);
+        changed();
       });
   m.serve<m2m::GetCellLockExt>([](State &s, const auto &, auto &resp) { std::memcpy(&resp.lock, s.cell_lock.data(), sizeof resp.lock); });
   m.serve<m2m::GetCellInfoExt>(gsm_details);
@@ -461,4 +476,50 @@ void install(ServiceModule<State> &m) {
 ServiceModule<State> m2m_module("m2m", Svc::M2M, factory_state, install);
 
 }  // namespace
+
+namespace m2m_efs {
+
+std::optional<std::vector<uint8_t>> item(const std::string &path) {
+  return m2m_module.with_state([&](State &s) -> std::optional<std::vector<uint8_t>> {
+    auto it = s.efs.find(path);
+    if (it == s.efs.end()) return std::nullopt;
+    return it->second;
+  });
+}
+
+void write(const std::string &path, const std::vector<uint8_t> &data) {
+  m2m_module.with_state([&](State &s) {
+    s.efs[path] = data;
+    return 0;
+  });
+}
+
+std::vector<std::pair<uint32_t, uint32_t>> nr_lock_cells() {
+  vorn_cell_lock_ext_list_v01 lock{};
+  m2m_module.with_state([&](State &s) {
+    std::memcpy(&lock, s.cell_lock.data(), sizeof lock);
+    return 0;
+  });
+  std::vector<std::pair<uint32_t, uint32_t>> cells;
+  for (size_t i = 0; i < lock.lock_count && i < VORN_M2M_CELL_LOCK_EXT_MAX_V01; ++i)
+    cells.emplace_back(lock.entry[i].freq, lock.entry[i].pci);
+  return cells;
+}
+
+void on_change(std::function<void()> hook) {
+  std::lock_guard<std::mutex> lock(hook_mutex);
+  change_hook = std::move(hook);
+}
+
+}  // namespace m2m_efs
+
+namespace m2m {
+
+std::map<std::string, std::vector<uint8_t>> efs_items() {
+  return m2m_module.with_state([](State &s) { return s.efs; });
+}
+
+std::optional<std::vector<uint8_t>> efs_item(const std::string &path) { return m2m_efs::item(path); }
+
+}  // namespace m2m
 }  // namespace vornsim

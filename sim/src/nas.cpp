@@ -13,10 +13,12 @@
 #include <memory>
 #include <vector>
 
+#include <vornsim/dm_cache.h>
 #include <vornsim/nas.h>
 #include <vornsim/sim.h>
 
 #include "engine.h"
+#include "m2m_efs.h"
 #include "nas_cells.h"
 #include "network/messages.h"
 #include "service_module.h"
@@ -39,6 +41,21 @@ constexpr uint32_t kNoRat = 0xFF;
 constexpr unsigned kRegistrationMs = 300;
 constexpr unsigned kScanStepMs = 10000;
 
+struct Snapshot {
+  uint32_t reg_state = NAS_NOT_REGISTERED_SEARCHING_V01;
+  std::optional<size_t> cell;
+  uint8_t reject = 0;
+  bool roaming = false;
+  bool ps_attached = false;
+  int level = 0;
+  int quality = 0;
+  int sinr = 0;
+  bool same_place(const Snapshot &o) const {
+    return reg_state == o.reg_state && cell == o.cell && reject == o.reject &&
+           roaming == o.roaming && ps_attached == o.ps_attached;
+  }
+};
+
 struct State {
   uint32_t coverage = 1;
   std::array<int32_t, nas::kCellCount> level{};
@@ -49,10 +66,18 @@ struct State {
   uint32_t manual_mcc = 0;
   uint32_t manual_mnc = 0;
   uint32_t manual_rat = kNoRat;
-  uint32_t mode_pref = 0xFFFF;
+  // The selection's bands and order; its mode preference is the EFS item.
+  uint64_t band_pref = ~uint64_t{0};
+  std::array<uint64_t, 4> lte_band_pref = {~uint64_t{0}, ~uint64_t{0}, ~uint64_t{0}, ~uint64_t{0}};
+  uint32_t acq_order_len = 0;
+  std::array<uint32_t, NAS_ACQ_ORDER_LIST_MAX_V01> acq_order{};
+  // The LTE cells of the cell configuration's lock: earfcn, pci pairs.
+  uint32_t cell_config_len = 0;
+  std::array<uint32_t, 2 * NAS_CELL_CONFIG_LIST_MAX_V01> cell_config{};
   uint32_t ps_detached = 0;
   uint32_t data_roaming = 1;
   uint32_t scanning = 0;  // not saved: a scan ends with the process that asked
+  std::optional<Snapshot> announced;  // not saved: the registration last indicated
 
   template <class Visit>
   void values(Visit &&visit) {
@@ -65,7 +90,12 @@ struct State {
     visit("manual_mcc", manual_mcc);
     visit("manual_mnc", manual_mnc);
     visit("manual_rat", manual_rat);
-    visit("mode_pref", mode_pref);
+    visit("band_pref", band_pref);
+    visit("lte_band_pref", lte_band_pref);
+    visit("acq_order_len", acq_order_len);
+    visit("acq_order", acq_order);
+    visit("cell_config_len", cell_config_len);
+    visit("cell_config", cell_config);
     visit("ps_detached", ps_detached);
     visit("data_roaming", data_roaming);
   }
@@ -93,9 +123,87 @@ State factory_state() {
   return fresh;
 }
 
+// ---- what the modem's EFS items say -----------------------------------------------
+
+constexpr char kModePrefItem[] = "/nv/item_files/modem/mmode/mode_pref";
+constexpr uint32_t kAnyMode = 0xFFFF;
+
+uint32_t le(const Bytes &bytes, size_t at, size_t len) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < len && at + i < bytes.size(); ++i) value |= uint32_t{bytes[at + i]} << (8 * i);
+  return value;
+}
+
+uint32_t mode_pref_item() {
+  auto item = m2m_efs::item(kModePrefItem);
+  return item && item->size() >= 2 ? le(*item, 0, 4) : kAnyMode;
+}
+
+// The item of the active SIM: its SIM2 form on SIM2 when there is one.
+std::optional<Bytes> sim_item(const std::string &path, uint32_t slot) {
+  if (slot == 1)
+    if (auto item = m2m_efs::item(path + "_Subscription01")) return item;
+  return m2m_efs::item(path);
+}
+
+// The module's modem software switches the LTE and WCDMA locks by its odm
+// strings (kind 1 single, 2 list; type 0 PCI, 1 frequency); the lock's
+// values are in the RRC items. NR reads the common NR items.
+void efs_locks(nas::Constraints &c) {
+  uint32_t slot = dm_cache_word(kActiveSimSlotKey).value_or(0);
+  if (auto odm = sim_item("/nv/item_files/odm/celllock_string", slot); odm && odm->size() >= 2) {
+    nas::Lock lock;
+    if ((*odm)[0] == 1 && (*odm)[1] == 0) {
+      if (auto item = m2m_efs::item("/nv/item_files/modem/lte/rrc/csp/pci_lock"); item && item->size() >= 4)
+        lock.push_back({le(*item, 0, 2), le(*item, 2, 2)});
+    } else if ((*odm)[0] == 1) {
+      if (auto item = m2m_efs::item("/nv/item_files/modem/lte/rrc/csp/earfcn_lock"); item && item->size() >= 2)
+        lock.push_back({le(*item, 0, 2), std::nullopt});
+    } else if ((*odm)[0] == 2) {
+      if (auto item = sim_item("/nv/item_files/modem/lte/rrc/efs/cell_lock_list", slot); item && !item->empty())
+        for (size_t i = 0; i < (*item)[0] && 4 + 8 * i + 8 <= item->size(); ++i)
+          lock.push_back({le(*item, 8 + 8 * i, 4), le(*item, 4 + 8 * i, 4)});
+    }
+    // A lock whose values are missing allows no cell.
+    if ((*odm)[0] == 1 || (*odm)[0] == 2) c.lte_locks.push_back(lock);
+  }
+  if (auto odm = sim_item("/nv/item_files/odm/umts_celllock_string", slot); odm && !odm->empty() && (*odm)[0] == 1) {
+    nas::Lock lock;
+    if (auto item = sim_item("/nv/item_files/wcdma/rrc/wcdma_rrc_freq_lock_item", slot); item && item->size() >= 2)
+      lock.push_back({le(*item, 0, 2), std::nullopt});
+    c.wcdma_locks.push_back(lock);
+  }
+  auto odm_nr = sim_item("/nv/item_files/odm/5g_celllock_string", slot);
+  bool nr_by_freq = odm_nr && odm_nr->size() >= 2 && (*odm_nr)[0] == 1 && (*odm_nr)[1] == 1;
+  nas::Lock nr;
+  if (nr_by_freq) {
+    if (auto item = m2m_efs::item("/nv/item_files/modem/nr5g/RRC/earfcn_lock"); item && le(*item, 0, 4) != 0)
+      nr.push_back({le(*item, 0, 4), std::nullopt});
+  } else if (auto item = m2m_efs::item("/nv/item_files/modem/nr5g/RRC/pci_lock_info")) {
+    if (item->size() == 12 && (le(*item, 0, 4) != 0 || le(*item, 4, 4) != 0)) {
+      nr.push_back({le(*item, 4, 4), le(*item, 0, 4)});
+    } else if (item->size() >= 28) {
+      for (size_t at = 0; at + 28 <= item->size() && (*item)[at] >= 1 && (*item)[at] <= 8; at += 28)
+        nr.push_back({le(*item, at + 20, 4), le(*item, at + 2, 2)});
+    }
+  }
+  if (!nr.empty()) c.nr_locks.push_back(nr);
+  nas::Lock ext;
+  for (const auto &[freq, pci] : m2m_efs::nr_lock_cells()) ext.push_back({freq, pci});
+  if (!ext.empty()) c.nr_locks.push_back(ext);
+}
+
 nas::Constraints constraints_of(const State &s) {
   nas::Constraints c;
-  c.mode_pref = s.mode_pref;
+  c.mode_pref = mode_pref_item();
+  c.band_pref = s.band_pref;
+  c.lte_band_pref = s.lte_band_pref;
+  efs_locks(c);
+  if (s.cell_config_len > 0) {
+    nas::Lock lock;
+    for (uint32_t i = 0; i < s.cell_config_len; ++i) lock.push_back({s.cell_config[2 * i], s.cell_config[2 * i + 1]});
+    c.lte_locks.push_back(lock);
+  }
   c.manual = s.manual != 0;
   c.mcc = static_cast<uint16_t>(s.manual_mcc);
   c.mnc = static_cast<uint16_t>(s.manual_mnc);
@@ -104,21 +212,6 @@ nas::Constraints constraints_of(const State &s) {
 }
 
 // ---- the registration ------------------------------------------------------------
-
-struct Snapshot {
-  uint32_t reg_state = NAS_NOT_REGISTERED_SEARCHING_V01;
-  std::optional<size_t> cell;
-  uint8_t reject = 0;
-  bool roaming = false;
-  bool ps_attached = false;
-  int level = 0;
-  int quality = 0;
-  int sinr = 0;
-  bool same_place(const Snapshot &o) const {
-    return reg_state == o.reg_state && cell == o.cell && reject == o.reject &&
-           roaming == o.roaming && ps_attached == o.ps_attached;
-  }
-};
 
 Snapshot snapshot(const State &s) {
   Snapshot snap;
@@ -319,6 +412,10 @@ void fill_sig(const Snapshot &snap, nas_sig_info_v01 &info) {
 
 // LTE and NR bandwidth codes: 20 MHz, and 100 MHz for n78, 40 MHz for n41.
 constexpr uint32_t kLte20 = 5, kNr100 = 17, kNr40 = 12, kGsmWidth = 0;
+// A secondary cell heard well enough is activated; a weaker one the modem
+// reports deconfigured.
+constexpr int kScellActiveDbm = -105;
+uint32_t scell_state(int32_t level_dbm) { return level_dbm >= kScellActiveDbm ? 2 : 0; }
 
 void fill_bands(const Snapshot &snap, nas_rf_band_info_v01 &info) {
   if (!snap.cell) return;
@@ -547,6 +644,7 @@ auto change(Fn fn, unsigned delay_ms = 0) {
     before = snapshot(s);
     auto r = fn(s);
     now = snapshot(s);
+    s.announced = now;
     return r;
   });
   if (delay_ms == 0)
@@ -554,6 +652,18 @@ auto change(Fn fn, unsigned delay_ms = 0) {
   else
     later(delay_ms, [before, now] { announce(before, now); });
   return result;
+}
+
+// An EFS item changed: the device camps again by the items as they are now.
+void reselect() {
+  Snapshot before, now;
+  module.with_state([&](State &s) {
+    before = s.announced.value_or(Snapshot{});
+    now = snapshot(s);
+    s.announced = now;
+    return 0;
+  });
+  announce(before, now);
 }
 
 void scan_step(uint32_t mask, size_t step) {
@@ -579,10 +689,24 @@ void install(ServiceModule<State> &m) {
       [](State &s, const auto &, auto &resp) { fill_cell_location(s, snapshot(s), resp); });
   m.serve<net::GetSystemSelectionPreference>([](State &s, const auto &, auto &resp) {
     resp.mode_pref_valid = 1;
-    resp.mode_pref = static_cast<uint16_t>(s.mode_pref);
+    resp.mode_pref = static_cast<uint16_t>(mode_pref_item());
+    resp.band_pref_valid = 1;
+    resp.band_pref = s.band_pref;
     resp.net_sel_pref_valid = 1;
     resp.net_sel_pref = s.manual;
+    resp.acq_order_valid = s.acq_order_len > 0;
+    resp.acq_order_len = s.acq_order_len;
+    std::copy(s.acq_order.begin(), s.acq_order.end(), resp.acq_order);
+    resp.lte_band_pref_ext_valid = 1;
+    resp.lte_band_pref_ext = {s.lte_band_pref[0], s.lte_band_pref[1], s.lte_band_pref[2], s.lte_band_pref[3]};
   });
+  m.serve<net::GetCellLockConfig>([](State &s, const auto &, auto &resp) {
+    resp.lte_cell_list_valid = 1;
+    resp.lte_cell_list_len = s.cell_config_len;
+    for (uint32_t i = 0; i < s.cell_config_len; ++i)
+      resp.lte_cell_list[i] = {s.cell_config[2 * i], s.cell_config[2 * i + 1]};
+  });
+  m2m_efs::on_change([] { later(0, reselect); });
   m.serve<net::GetHomeNetwork>([](State &, const auto &, auto &resp) {
     const nas::Network &home = kNetworks[nas::kHome];
     resp.home_network.mobile_country_code = home.mcc;
@@ -691,7 +815,7 @@ void install(ServiceModule<State> &m) {
       resp.scell_info_list_valid = 1;
       resp.scell_info_list[resp.scell_info_list_len++] = {static_cast<uint16_t>(other.pci),
                                                           static_cast<uint16_t>(other.channel), kLte20,
-                                                          nas::band_number(other.band_code), 2};
+                                                          other.band_code, scell_state(radio.level[i]), 0};
     }
   });
   m.serve<net::SetDataRoaming>([](State &s, const auto &req, auto &) { s.data_roaming = req.data_roam_status; });
@@ -734,7 +858,19 @@ void install(ServiceModule<State> &m) {
     auto pref = req.as<nas_set_system_selection_preference_req_msg_v01>();
     change(
         [&](State &s) {
-          if (pref.mode_pref_valid) s.mode_pref = pref.mode_pref;
+          if (pref.mode_pref_valid) {
+            uint32_t mode = pref.mode_pref;
+            m2m_efs::write(kModePrefItem, Bytes{static_cast<uint8_t>(mode), static_cast<uint8_t>(mode >> 8), 0, 0});
+          }
+          if (pref.band_pref_valid) s.band_pref = pref.band_pref;
+          if (pref.lte_band_pref_ext_valid) {
+            const auto &ext = pref.lte_band_pref_ext;
+            s.lte_band_pref = {ext.bits_1_64, ext.bits_65_128, ext.bits_129_192, ext.bits_193_256};
+          }
+          if (pref.acq_order_valid) {
+            s.acq_order_len = std::min<uint32_t>(pref.acq_order_len, NAS_ACQ_ORDER_LIST_MAX_V01);
+            std::copy(pref.acq_order, pref.acq_order + NAS_ACQ_ORDER_LIST_MAX_V01, s.acq_order.begin());
+          }
           if (pref.net_sel_pref_valid) {
             s.manual = pref.net_sel_pref.net_sel_pref == 1 ? 1 : 0;
             s.manual_mcc = pref.net_sel_pref.mcc;
@@ -744,6 +880,23 @@ void install(ServiceModule<State> &m) {
           return 0;
         },
         kRegistrationMs);
+    return 0;
+  });
+  on(Svc::NAS, net::SetCellConfig::id, [](const Request &req, void *resp, size_t len) {
+    auto config = req.as<nas_set_cell_config_req_msg_v01>();
+    if (config.lte_cell_list_len > NAS_CELL_CONFIG_LIST_MAX_V01 || !config.apply_valid) {
+      refuse(resp, len, QMI_ERR_INVALID_ARG_V01);
+      return 0;
+    }
+    change([&](State &s) {
+      s.cell_config_len = config.lte_cell_list_len;
+      s.cell_config.fill(0);
+      for (uint32_t i = 0; i < config.lte_cell_list_len; ++i) {
+        s.cell_config[2 * i] = config.lte_cell_list[i].earfcn;
+        s.cell_config[2 * i + 1] = config.lte_cell_list[i].pci;
+      }
+      return 0;
+    });
     return 0;
   });
   on(Svc::NAS, net::PerformIncrementalScan::id, [](const Request &req, void *resp, size_t len) {

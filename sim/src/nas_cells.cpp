@@ -54,15 +54,40 @@ uint32_t mode_bit(Rat rat) {
   return 0;
 }
 
+bool band_allowed(const Cell &cell, const Constraints &c) {
+  uint32_t band = band_number(cell.band_code);
+  if (auto bit = gsm_umts_band_bit(band)) return (c.band_pref >> *bit) & 1;
+  if (band > 100 && band <= 356) {
+    unsigned n = band - 101;  // LTE band n + 1
+    return (c.lte_band_pref[n / 64] >> (n % 64)) & 1;
+  }
+  return true;
+}
+
+bool lock_allows(const Lock &lock, const Cell &cell) {
+  for (const Locked &one : lock)
+    if (one.channel == cell.channel && (!one.pci || *one.pci == cell.pci)) return true;
+  return false;
+}
+
+const std::vector<Lock> *locks_of(Rat rat, const Constraints &c) {
+  switch (rat) {
+    case Rat::Wcdma: return &c.wcdma_locks;
+    case Rat::Lte:
+    case Rat::Endc: return &c.lte_locks;
+    case Rat::NrSa: return &c.nr_locks;
+    case Rat::Gsm: break;
+  }
+  return nullptr;
+}
+
 bool allowed(const Cell &cell, const Constraints &c) {
   const Network &net = kNetworks[cell.network];
   if (!(c.mode_pref & mode_bit(cell.rat))) return false;
-  if (!c.band_codes.empty()) {
-    bool found = false;
-    for (uint32_t code : c.band_codes) found |= code == cell.band_code;
-    if (!found) return false;
-  }
-  if (c.lock && (c.lock->first != cell.channel || c.lock->second != cell.pci)) return false;
+  if (!band_allowed(cell, c)) return false;
+  if (const std::vector<Lock> *locks = locks_of(cell.rat, c))
+    for (const Lock &lock : *locks)
+      if (!lock_allows(lock, cell)) return false;
   if (!c.manual) return net.kind != Kind::Forbidden;
   if (net.mcc != c.mcc || net.mnc != c.mnc) return false;
   if (!c.manual_rat) return true;
@@ -139,6 +164,18 @@ uint32_t band_number(uint32_t code) {
   for (const Row &row : kRows)
     if (row.code == code) return row.number;
   return 0;
+}
+
+std::optional<unsigned> gsm_umts_band_bit(uint32_t band) {
+  struct Row {
+    uint32_t band;
+    unsigned bit;
+  };
+  static constexpr Row kRows[] = {{900, 9},  {1800, 7}, {1900, 21}, {850, 19}, {1, 22}, {2, 23},
+                                  {3, 24},   {4, 25},   {5, 26},    {6, 27},   {8, 49}, {19, 60}};
+  for (const Row &row : kRows)
+    if (row.band == band) return row.bit;
+  return std::nullopt;
 }
 
 }  // namespace vornsim::nas

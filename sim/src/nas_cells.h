@@ -65,10 +65,21 @@ bool audible(const Radio &radio, size_t cell);
 // Radio interface masks of the mode preference.
 constexpr uint32_t kModeGsm = 4, kModeUmts = 8, kModeLte = 16, kModeNr = 64;
 
+// One cell or one frequency a lock allows.
+struct Locked {
+  uint32_t channel;
+  std::optional<uint32_t> pci;  // none: any cell on the channel
+};
+// The cells a lock allows; a cell of the lock's technology must match one.
+using Lock = std::vector<Locked>;
+
 struct Constraints {
   uint32_t mode_pref = 0xFFFF;  // kMode* bits; NR standalone needs kModeNr or an unset preference
-  std::vector<uint32_t> band_codes;  // empty: any band
-  std::optional<std::pair<uint32_t, uint32_t>> lock;  // channel and pci
+  uint64_t band_pref = ~uint64_t{0};  // GSM and UMTS band bits of the selection
+  std::array<uint64_t, 4> lte_band_pref = {~uint64_t{0}, ~uint64_t{0}, ~uint64_t{0}, ~uint64_t{0}};
+  // Locks by technology; every lock of a cell's technology must allow it
+  // (an ENDC cell counts as LTE).
+  std::vector<Lock> wcdma_locks, lte_locks, nr_locks;
   bool manual = false;
   uint16_t mcc = 0;
   uint16_t mnc = 0;
@@ -85,5 +96,8 @@ std::optional<size_t> network_of(uint16_t mcc, uint16_t mnc);
 const char *rat_name(Rat rat);
 // The band number of a NAS band code, as the library shows it.
 uint32_t band_number(uint32_t band_code);
+// A band number's bit in the GSM/UMTS band preference; nullopt for LTE, NR
+// and unknown bands.
+std::optional<unsigned> gsm_umts_band_bit(uint32_t band);
 
 }  // namespace vornsim::nas

@@ -421,6 +421,7 @@ void set_records(int slot, uint16_t file_id, const std::vector<std::vector<uint8
 }
 
 void remove_file(int slot, uint16_t file_id) {
+  if (slot < 0 || slot > 1) return;
   set_records(slot, file_id, {});
   uim_module.with_state([&](State &s) { s.cards[slot].files.erase(file_id); });
 }

@@ -189,7 +189,12 @@ void receive(State &s, const uss_info_type_v02 &info) {
   std::string text = info.uss_dcs == USS_DCS_UCS2_V02
                          ? ussd::from_ucs2_machine(info.uss_data, len)
                          : std::string(reinterpret_cast<const char *>(info.uss_data), len);
-  s.received[static_cast<uint32_t>(s.received.size())] = text;
+  // The last texts only: the state is saved between runs and must not grow
+  // with every one.
+  constexpr size_t kReceivedKept = 64;
+  const uint32_t next = s.received.empty() ? 0 : s.received.rbegin()->first + 1;
+  s.received[next] = text;
+  if (s.received.size() > kReceivedKept) s.received.erase(s.received.begin());
 }
 
 // The network's reply to an origination or an answer.

@@ -140,9 +140,12 @@ Bytes deliver_of(const Submit &submit, const std::string &from) {
 }
 
 Bytes status_report_of(const Submit &submit, uint8_t reference) {
-  Bytes tpdu = {0x06, reference};
-  tpdu.insert(tpdu.end(), submit.destination_field.begin(), submit.destination_field.end());
   Bytes now = timestamp_now();
+  Bytes tpdu;
+  tpdu.reserve(3 + submit.destination_field.size() + 2 * now.size());
+  tpdu.push_back(0x06);
+  tpdu.push_back(reference);
+  tpdu.insert(tpdu.end(), submit.destination_field.begin(), submit.destination_field.end());
   tpdu.insert(tpdu.end(), now.begin(), now.end());  // service centre time stamp
   tpdu.insert(tpdu.end(), now.begin(), now.end());  // discharge time
   tpdu.push_back(0x00);                             // received by the recipient

@@ -56,19 +56,24 @@ int connect_once(vorn_qmi_client *record) {
                                 kInitTimeoutMs, record->handle, kTexts);
 }
 
-// A row whose failed decoding also runs `failed`.
-constexpr qmi::IndicationEntry failing(qmi::IndicationEntry entry, void (*failed)()) {
-  entry.on_decode_failure = failed;
+// A failed decoding returns without a word, except for the band report and
+// the scan, which fail the scan.
+constexpr const char *kSilent = "";
+constexpr const char *kDecodeFailed = "Error, decode indication message failed.\n";
+
+constexpr qmi::IndicationEntry failing(qmi::IndicationEntry entry) {
+  entry.decode_failed = kDecodeFailed;
+  entry.on_decode_failure = mark_scan_failed;
   return entry;
 }
 
 constexpr qmi::IndicationEntry kIndications[] = {
-    qmi::decoded<ServingSystemInd, on_serving_system>(),
-    qmi::decoded<SysInfoInd, on_sys_info>(),
-    qmi::decoded<SigInfoInd, on_sig_info>(),
-    failing(qmi::owned<RfBandInfoInd, on_rf_band_info>(), mark_scan_failed),
-    qmi::decoded<LteCphyCaInd, on_cphy_ca>(),
-    failing(qmi::decoded<IncrementalScanInd, on_scan>(), mark_scan_failed),
+    qmi::decoded<ServingSystemInd, on_serving_system>(nullptr, kSilent),
+    qmi::decoded<SysInfoInd, on_sys_info>(nullptr, kSilent),
+    qmi::decoded<SigInfoInd, on_sig_info>(nullptr, kSilent),
+    failing(qmi::owned<RfBandInfoInd, on_rf_band_info>()),
+    qmi::decoded<LteCphyCaInd, on_cphy_ca>(nullptr, kSilent),
+    failing(qmi::decoded<IncrementalScanInd, on_scan>()),
 };
 
 constexpr qmi::ClientSetup kSetup = {

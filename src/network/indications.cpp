@@ -241,7 +241,6 @@ void on_rf_band_info(qmi::Decoded &decoded) {
 }
 
 void mark_scan_failed() {
-  VORN_LOG(VORN_ERR, "Error, decode indication message failed.\n");
   State &s = state();
   std::lock_guard<std::mutex> lock(s.scan_mutex);
   s.scan.status = VORN_NETWORK_SCAN_FAILED;

@@ -561,7 +561,7 @@ void read_carriers(vorn_network_info &info) {
   for (uint32_t i = 0; i < count; ++i) {
     const nas_lte_cphy_scell_entry_type_v01 &from = resp.scell_info_list[i];
     vorn_network_scc_record &to = info.scc[i];
-    to.band = from.band;
+    to.band = band_number(from.band, false).value_or(from.band);
     to.pci = from.pci;
     to.channel = from.freq;
     to.bandwidth = width_of(from.dl_bandwidth);
@@ -603,7 +603,10 @@ int plmn_names(uint16_t mcc, uint16_t mnc, uint32_t radio_if, char (&long_name)[
     req.rat = radio_if;
   }
   nas_get_plmn_name_resp_msg_v01 resp;
-  if (send<Msg>(req, resp).verdict != 0 || !resp.eons_plmn_name_3gpp_valid) return VORN_FAILURE;
+  const qmi::Sent sent = send<Msg>(req, resp);
+  // The transport's code when the request failed there, for the caller's line.
+  if (sent.verdict != 0) return sent.rc != QMI_NO_ERR ? sent.rc : VORN_FAILURE;
+  if (!resp.eons_plmn_name_3gpp_valid) return VORN_FAILURE;
   const nas_3gpp_eons_plmn_name_type_v01 &names = resp.eons_plmn_name_3gpp;
   copy_name(long_name, names.plmn_long_name,
             strnlen(names.plmn_long_name, names.plmn_long_name_len < NAS_PLMN_NAME_MAX_V01

@@ -25,8 +25,8 @@ VORN_QMI_MESSAGE(GetServingSystem, QMI_NAS_GET_SERVING_SYSTEM_REQ_MSG_V01, NoReq
 VORN_QMI_MESSAGE(GetSysInfo, QMI_NAS_GET_SYS_INFO_REQ_MSG_V01, NoRequest, nas_get_sys_info_resp_msg_v01, 0, 432, 3000, Check);
 VORN_QMI_MESSAGE(GetSigInfo, QMI_NAS_GET_SIG_INFO_REQ_MSG_V01, NoRequest, nas_get_sig_info_resp_msg_v01, 0, 68, 3000, TransportAndResult);
 VORN_QMI_MESSAGE(GetRfBandInfo, QMI_NAS_GET_RF_BAND_INFO_REQ_MSG_V01, NoRequest, nas_get_rf_band_info_resp_msg_v01, 0, 68, 3000, TransportAndResult);
-VORN_QMI_MESSAGE(GetSystemSelectionPreference, QMI_NAS_GET_SYSTEM_SELECTION_PREFERENCE_REQ_MSG_V01, NoRequest, nas_get_system_selection_preference_resp_msg_v01, 0, 52, 3000, Check);
-VORN_QMI_MESSAGE(SetSystemSelectionPreference, QMI_NAS_SET_SYSTEM_SELECTION_PREFERENCE_REQ_MSG_V01, nas_set_system_selection_preference_req_msg_v01, nas_set_system_selection_preference_resp_msg_v01, 48, 8, 3000, Check);
+VORN_QMI_MESSAGE(GetSystemSelectionPreference, QMI_NAS_GET_SYSTEM_SELECTION_PREFERENCE_REQ_MSG_V01, NoRequest, nas_get_system_selection_preference_resp_msg_v01, 0, 120, 3000, Check);
+VORN_QMI_MESSAGE(SetSystemSelectionPreference, QMI_NAS_SET_SYSTEM_SELECTION_PREFERENCE_REQ_MSG_V01, nas_set_system_selection_preference_req_msg_v01, nas_set_system_selection_preference_resp_msg_v01, 112, 8, 3000, Check);
 VORN_QMI_MESSAGE(InitiateNetworkRegister, QMI_NAS_INITIATE_NETWORK_REGISTER_REQ_MSG_V01, nas_initiate_network_register_req_msg_v01, nas_initiate_network_register_resp_msg_v01, 20, 8, 3000, Check);
 VORN_QMI_MESSAGE(InitiateAttach, QMI_NAS_INITIATE_ATTACH_REQ_MSG_V01, nas_initiate_attach_req_msg_v01, nas_initiate_attach_resp_msg_v01, 8, 8, 3000, Check);
 VORN_QMI_MESSAGE(GetHomeNetwork, QMI_NAS_GET_HOME_NETWORK_REQ_MSG_V01, NoRequest, nas_get_home_network_resp_msg_v01, 0, 276, 3000, TransportAndResult);
@@ -39,10 +39,12 @@ VORN_QMI_MESSAGE(GetNetworkTime, QMI_NAS_GET_NETWORK_TIME_REQ_MSG_V01, NoRequest
 VORN_QMI_MESSAGE(GetDrx, QMI_NAS_GET_DRX_REQ_MSG_V01, NoRequest, nas_get_drx_resp_msg_v01, 0, 16, 3000, Check);
 VORN_QMI_MESSAGE(SetDataRoaming, QMI_NAS_SET_DATA_ROAMING_REQ_MSG_V01, nas_set_data_roaming_req_msg_v01, nas_set_data_roaming_resp_msg_v01, 4, 8, 5000, TransportAndResult);
 VORN_QMI_MESSAGE(GetDataRoaming, QMI_NAS_GET_DATA_ROAMING_REQ_MSG_V01, NoRequest, nas_get_data_roaming_resp_msg_v01, 0, 16, 5000, TransportAndResult);
-VORN_QMI_MESSAGE(GetLteCphyCaInfo, QMI_NAS_GET_LTE_CPHY_CA_INFO_REQ_MSG_V01, NoRequest, nas_get_lte_cphy_ca_info_resp_msg_v01, 0, 96, 3000, TransportAndResult);
+VORN_QMI_MESSAGE(GetLteCphyCaInfo, QMI_NAS_GET_LTE_CPHY_CA_INFO_REQ_MSG_V01, NoRequest, nas_get_lte_cphy_ca_info_resp_msg_v01, 0, 112, 3000, TransportAndResult);
 VORN_QMI_MESSAGE(GetArfcnList, QMI_NAS_GET_ARFCN_LIST_REQ_MSG_V01, NoRequest, nas_get_arfcn_list_resp_msg_v01, 0, 40, 3000, Check);
 VORN_QMI_MESSAGE(GetSpeff, QMI_NAS_GET_SPEFF_REQ_MSG_V01, nas_get_speff_req_msg_v01, nas_get_speff_resp_msg_v01, 2, 16, 3000, TransportAndResult);
 VORN_QMI_MESSAGE(GetNr5gSpeff, QMI_NAS_GET_NR5G_SPEFF_REQ_MSG_V01, nas_get_speff_req_msg_v01, nas_get_speff_resp_msg_v01, 2, 16, 3000, TransportAndResult);
+VORN_QMI_MESSAGE(SetCellConfig, QMI_NAS_SET_CELL_CONFIG_REQ_MSG_V01, nas_set_cell_config_req_msg_v01, nas_set_cell_config_resp_msg_v01, 488, 8, 3000, TransportAndResult);
+VORN_QMI_MESSAGE(GetCellLockConfig, QMI_NAS_GET_CELL_LOCK_CONFIG_REQ_MSG_V01, NoRequest, nas_get_cell_lock_config_resp_msg_v01, 0, 496, 3000, TransportAndResult);
 VORN_QMI_MESSAGE(PerformIncrementalScan, QMI_NAS_PERFORM_INCREMENTAL_NETWORK_SCAN_REQ_MSG_V01, nas_perform_incremental_network_scan_req_msg_v01, nas_perform_incremental_network_scan_resp_msg_v01, 140, 8, 3000, Check);
 
 VORN_QMI_INDICATION(ServingSystemInd, QMI_NAS_SERVING_SYSTEM_IND_MSG_V01, nas_serving_system_ind_msg_v01, 456, "nas_serving_system_ind_msg_v01");
@@ -61,11 +63,17 @@ static_assert(offsetof(nas_indication_register_req_msg_v01, reg_rf_band_info_val
 static_assert(offsetof(nas_indication_register_req_msg_v01, reg_lte_cphy_ca_valid) == 45);
 static_assert(offsetof(nas_config_sig_info2_req_msg_v01, nr5g_rsrp_delta_valid) == 1820);
 static_assert(offsetof(nas_perform_incremental_network_scan_req_msg_v01, search_timer_valid) == 134);
+static_assert(offsetof(nas_set_cell_config_req_msg_v01, apply_valid) == 484);
+static_assert(offsetof(nas_set_system_selection_preference_req_msg_v01, lte_band_pref_ext) == 80);
 static_assert(sizeof(vorn_network_rf_band_report) == sizeof(nas_rf_band_info_v01),
               "the band report is the indication as it comes");
 
 // The family's records, as a daemon on the target compiles them.
 static_assert(sizeof(vorn_network_signal_report) == 40);
+static_assert(sizeof(vorn_network_mbn_request) == 36);
+static_assert(sizeof(vorn_network_ca_scell) == 24);
+static_assert(offsetof(vorn_network_cainfo, scell) == 8);
+static_assert(sizeof(vorn_network_reg_type) == 64);
 static_assert(sizeof(vorn_network_net_record) == 232);
 static_assert(offsetof(vorn_network_net_record, cell_id) == 16);
 static_assert(offsetof(vorn_network_net_record, plmn_id) == 44);

@@ -262,13 +262,18 @@ VORNPAL_API int vorn_network_pal_async_register(uint32_t slot, const vorn_networ
   uint8_t wait = 1;
   if (net::registered(s.re_state.load()) && target_plmn == net::cached_operator().plmn)
     wait = s.rat.load() != target_rat ? 1 : 0;
-  // A waiter already waiting keeps its target and its flag.
-  if (net::waiter_running.load()) return VORN_OK;
+  // A waiter already waiting keeps its target and its flag; of two callers
+  // at once, one claims the waiter.
+  bool idle = false;
+  if (!net::waiter_running.compare_exchange_strong(idle, true)) return VORN_OK;
   s.manual_wait.store(wait);
   s.manual_target_plmn.store(target_plmn);
   s.manual_target_rat.store(target_rat);
   int started = net::start_waiter();
-  if (started != VORN_OK) return started;
+  if (started != VORN_OK) {
+    net::waiter_running.store(false);
+    return started;
+  }
   if (wait == 0) return VORN_OK;
   int rc = net::send_async<net::SetSystemSelectionPreference>(req);
   if (rc != QMI_NO_ERR) VORN_LOG(VORN_ERR, "send regist network2 qmi msg failed, qmi_err is %d \n", rc);

@@ -184,7 +184,12 @@ void on_scan(const nas_perform_incremental_network_scan_ind_msg_v01 &ind) {
     std::lock_guard<std::mutex> lock(s.scan_mutex);
     s.scan = result;
   }
-  post_copy(VORN_NETWORK_EVENT_SCAN_RESULT, result);
+  vorn_network_scan_result *copy = heap_copy(result);
+  if (copy == nullptr) {
+    VORN_LOG(VORN_ERR, "Error, oem_MALLOC uim status change indication message.\n");
+    return;
+  }
+  post(VORN_NETWORK_EVENT_SCAN_RESULT, copy, sizeof *copy);
 }
 
 }  // namespace vorn::network
@@ -206,9 +211,10 @@ void complete_names() {
   vorn_network_scan_result snapshot = scan_snapshot();
   for (uint8_t i = 0; i < snapshot.count && i < VORN_NETWORK_SCAN_MAX; ++i) {
     vorn_network_scan_entry &entry = snapshot.entry[i];
-    if (net::plmn_names<net::GetPlmnName>(entry.mcc, entry.mnc, 0, entry.long_name,
-                                          entry.short_name) != 0) {
-      VORN_LOG(VORN_ERR, "ERROR:QMI_NAS_GET_PLMN_NAME_REQ_MSG_V01 FAIL %d !\n", -1);
+    int rc = net::plmn_names<net::GetPlmnName>(entry.mcc, entry.mnc, 0, entry.long_name,
+                                               entry.short_name);
+    if (rc != 0) {
+      VORN_LOG(VORN_ERR, "ERROR:QMI_NAS_GET_PLMN_NAME_REQ_MSG_V01 FAIL %d !\n", rc);
       continue;
     }
     std::lock_guard<std::mutex> lock(s.scan_mutex);
@@ -308,9 +314,5 @@ VORNPAL_API int vorn_network_pal_get_scan_result_build(char *out) {
   complete_names();
   return VORN_OK;
 }
-
-VORNPAL_API int vorn_network_pal_plmn_list(void) { return VORN_OK; }
-
-VORNPAL_API int vorn_network_pal_scan_dedicated(void) { return VORN_OK; }
 
 }  // extern "C"

@@ -121,7 +121,9 @@ T *heap_copy(const T &value) {
 void post(uint32_t event, void *payload, uint32_t length);
 template <class T>
 void post_copy(uint32_t event, const T &value) {
-  post(event, heap_copy(value), sizeof(T));
+  // A copy that could not be made is no event: a callback must never get a
+  // length without its record.
+  if (T *copy = heap_copy(value)) post(event, copy, sizeof(T));
 }
 
 // ---- indication handlers (run on the modem's indication thread) ---------------

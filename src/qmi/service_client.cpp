@@ -145,7 +145,7 @@ void ServiceClient::dispatch(qmi_client_type handle, unsigned msg_id, const void
                                      static_cast<unsigned>(entry->decoded_size));
   if (rc != QMI_NO_ERR) {
     if (entry->decode_failed != nullptr) {
-      VORN_LOG_AS(name, VORN_ERR, entry->decode_failed, rc);
+      if (entry->decode_failed[0] != '\0') VORN_LOG_AS(name, VORN_ERR, entry->decode_failed, rc);
     } else {
       VORN_LOG_AS(name, VORN_ERR, "Error in decoding %s, error = %i\n", entry->decode_name, rc);
     }

@@ -118,8 +118,8 @@ struct IndicationEntry {
   const char *decode_name;  // in "Error in decoding %s, error = %i\n"
   void (*handle)(Decoded &decoded);
   const char *announce;     // logged at level 1 before decoding; may be null
-  // The family's own line for a failed decoding (one %d, the error), in
-  // place of the line above; may be null.
+  // The family's own line for a failed decoding (it may take the error as
+  // one %d), in place of the line above; "" for none; may be null.
   const char *decode_failed = nullptr;
   void (*on_decode_failure)() = nullptr;  // after the failure is logged; may be null
 };

@@ -42,10 +42,21 @@ const char *format_statement(const char *format, ...) {
   return statement;
 }
 
-// The database of one operation: the mutex from open to close.
+// The handle of an operation that waited for the mutex may have been closed
+// meanwhile: under the mutex, only the current handle is used.
+bool closed_meanwhile(const sms_store_handle *h) {
+  if (h == current.load()) return false;
+  VORN_LOG(VORN_ERR, "invalid handle:%p,%p\n", static_cast<const void *>(h),
+           static_cast<void *>(current.load()));
+  return true;
+}
+
+// The database of one operation: the mutex from open to close. With a
+// handle, nothing is opened when that handle was closed meanwhile.
 class Session {
  public:
-  Session() : lock_(store_mutex) {
+  explicit Session(const sms_store_handle *h = nullptr) : lock_(store_mutex) {
+    if (h != nullptr && closed_meanwhile(h)) return;
     int rc = sqlite3_open(kDatabase, &db_);
     if (rc != SQLITE_OK) {
       VORN_LOG(VORN_ERR, "sqlite3_open failed: %s\n", db_ != nullptr ? sqlite3_errmsg(db_) : "no memory");
@@ -130,6 +141,39 @@ std::string field_text(const char (&field)[N]) {
   return std::string(field, strnlen(field, N - 1));
 }
 
+// How a statement that carries a message's PDU failed, in the words of the
+// insert and of the rewrite, and the operation that speaks in the log.
+struct PduFailureTexts {
+  const char *operation;
+  const char *bind;  // index, sqlite's code
+  const char *step;  // index, sqlite's code
+};
+constexpr PduFailureTexts kInsertFailures = {"sqlite_write", "index=%d bind_blob error, %d\n",
+                                             "index=%d step failed rc: %d\n"};
+constexpr PduFailureTexts kRewriteFailures = {"sqlite_modify_msg", "[%d] bind_blob error, rc: %d\n",
+                                              "%d step failed rc: %d\n"};
+
+// Binds the record's PDU to the statement's one parameter and runs it.
+bool run_with_pdu(sqlite3 *db, const Statement &stmt, const sms_store_message &record, uint32_t index,
+                  const PduFailureTexts &texts) {
+  if (!stmt.ok()) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(db));
+    return false;
+  }
+  int rc = sqlite3_bind_blob(stmt.get(), 1, record.sms_pdu_data, static_cast<int>(record.sms_pdu_len),
+                             SQLITE_TRANSIENT);
+  if (rc != SQLITE_OK) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, texts.bind, static_cast<int>(index), rc);
+    return false;
+  }
+  rc = sqlite3_step(stmt.get());
+  if (rc != SQLITE_DONE) {
+    VORN_LOG_AS(texts.operation, VORN_ERR, texts.step, static_cast<int>(index), rc);
+    return false;
+  }
+  return true;
+}
+
 bool list_takes(uint32_t list_flag, uint32_t status) {
   static constexpr uint32_t kStatusOfFlag[] = {SMS_STATUS_READ, SMS_STATUS_UNREAD, SMS_STATUS_SENT,
                                                SMS_STATUS_NOT_SENT};
@@ -202,6 +246,7 @@ int sqlite_deinit(sms_store_handle *h) {
 int sqlite_info(sms_store_handle *h, sms_storage_info *info) {
   if (info == nullptr) return SMS_STORE_NOT_ALLOWED;
   std::lock_guard<std::mutex> lock(store_mutex);
+  if (closed_meanwhile(h)) return SMS_STORE_BAD_HANDLE;
   uint32_t used = 0;
   for (int32_t i = 0; i < h->capacity; ++i) used += h->used_info->bytes[i] & 1;
   info->used = used;
@@ -211,7 +256,7 @@ int sqlite_info(sms_store_handle *h, sms_storage_info *info) {
 
 int sqlite_read(sms_store_handle *h, uint32_t index, sms_store_message *record) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -254,7 +299,7 @@ int sqlite_read(sms_store_handle *h, uint32_t index, sms_store_message *record) 
 int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t *index) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
   if (record->sms_pdu_len > SMS_STORE_PDU_MAX) return SMS_STORE_BAD_PDU_SIZE;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   uint32_t free_index = 0;
   while (free_index < static_cast<uint32_t>(h->capacity) && in_use(h, free_index)) ++free_index;
@@ -266,21 +311,7 @@ int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t 
                                   static_cast<int>(free_index), static_cast<int>(record->sms_format),
                                   static_cast<int>(record->sms_status), da.c_str(), time.c_str(),
                                   static_cast<int>(record->sms_pdu_len)));
-  if (!stmt.ok()) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(session.db()));
-    return SMS_STORE_DB_FAILED;
-  }
-  int rc = sqlite3_bind_blob(stmt.get(), 1, record->sms_pdu_data, static_cast<int>(record->sms_pdu_len),
-                             SQLITE_TRANSIENT);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "index=%d bind_blob error, %d\n", static_cast<int>(free_index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
-  rc = sqlite3_step(stmt.get());
-  if (rc != SQLITE_DONE) {
-    VORN_LOG(VORN_ERR, "index=%d step failed rc: %d\n", static_cast<int>(free_index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
+  if (!run_with_pdu(session.db(), stmt, *record, free_index, kInsertFailures)) return SMS_STORE_DB_FAILED;
   set_used(h, free_index, true);
   if (index != nullptr) *index = free_index;
   VORN_LOG(VORN_INFO, "insert result:index=%d\n", static_cast<int>(free_index));
@@ -288,7 +319,7 @@ int sqlite_write(sms_store_handle *h, const sms_store_message *record, uint32_t 
 }
 
 int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -309,7 +340,7 @@ int sqlite_delete(sms_store_handle *h, uint32_t index, uint32_t) {
 
 // Read and unread swap, and so do sent and not sent; nothing else changes.
 int sqlite_modify(sms_store_handle *h, uint32_t index, uint32_t status) {
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -339,7 +370,7 @@ int sqlite_modify(sms_store_handle *h, uint32_t index, uint32_t status) {
 int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_message *record) {
   if (record == nullptr) return SMS_STORE_NOT_ALLOWED;
   if (record->sms_pdu_len > SMS_STORE_PDU_MAX) return SMS_STORE_BAD_PDU_SIZE;
-  Session session;
+  Session session(h);
   if (!session.open()) return SMS_STORE_DB_FAILED;
   if (!in_use(h, index)) {
     VORN_LOG(VORN_ERR, "msg not exist:%d\n", static_cast<int>(index));
@@ -364,26 +395,12 @@ int sqlite_modify_msg(sms_store_handle *h, uint32_t index, const sms_store_messa
                                   "sms_pdu_len=%d, sms_pdu_data=:1 where sms_index=%d ",
                                   kTable, static_cast<int>(record->sms_status), da.c_str(), time.c_str(),
                                   static_cast<int>(record->sms_pdu_len), static_cast<int>(index)));
-  if (!stmt.ok()) {
-    VORN_LOG(VORN_ERR, "[%d] sms_store_get failed, %s\n", stmt.rc(), sqlite3_errmsg(session.db()));
-    return SMS_STORE_DB_FAILED;
-  }
-  int rc = sqlite3_bind_blob(stmt.get(), 1, record->sms_pdu_data, static_cast<int>(record->sms_pdu_len),
-                             SQLITE_TRANSIENT);
-  if (rc != SQLITE_OK) {
-    VORN_LOG(VORN_ERR, "[%d] bind_blob error, rc: %d\n", static_cast<int>(index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
-  rc = sqlite3_step(stmt.get());
-  if (rc != SQLITE_DONE) {
-    VORN_LOG(VORN_ERR, "%d step failed rc: %d\n", static_cast<int>(index), rc);
-    return SMS_STORE_DB_FAILED;
-  }
+  if (!run_with_pdu(session.db(), stmt, *record, index, kRewriteFailures)) return SMS_STORE_DB_FAILED;
   return SMS_STORE_OK;
 }
 
 int sqlite_list(sms_store_handle *h, uint32_t list_flag, sms_index_status *pairs, uint32_t capacity) {
-  Session session;
+  Session session(h);
   if (!session.open()) return 0;
   const bool fill = pairs != nullptr && capacity > 0;
   uint32_t count = 0;

@@ -6,6 +6,7 @@
 #include <vornpal/usim.h>
 
 #include "foundation/clock.h"
+#include "foundation/containers.h"
 #include "foundation/log_site.h"
 #include "usim/client.h"
 
@@ -38,10 +39,13 @@ int connect_with_rounds(vorn_qmi_client *record) {
 }
 
 constexpr qmi::IndicationEntry kIndications[] = {
-    qmi::decoded<usim::StatusChangeInd, usim::on_status_change>(),
-    qmi::decoded<usim::SlotStatusChangeInd, usim::on_slot_status_change>(),
-    qmi::decoded<usim::AddProfileInd, usim::on_add_profile>(),
-    qmi::decoded<usim::SendApduInd, usim::on_send_apdu_piece>(),
+    qmi::decoded<usim::StatusChangeInd, usim::on_status_change>(
+        nullptr, "UIM status change ind decode failed err :%d\n"),
+    qmi::decoded<usim::SlotStatusChangeInd, usim::on_slot_status_change>(nullptr, ""),
+    qmi::decoded<usim::AddProfileInd, usim::on_add_profile>(
+        nullptr, "Error, decode QMI_UIM_ADD_PROFILE_IND_V01 indication message failed.\n"),
+    qmi::decoded<usim::SendApduInd, usim::on_send_apdu_piece>(
+        nullptr, "Error, decode QMI_UIM_SEND_APDU_IND_V01 indication message failed.\n"),
 };
 
 constexpr qmi::ClientSetup kSetup = {
@@ -64,7 +68,6 @@ constexpr qmi::ClientSetup kSetup = {
 // uim_client_handle; its callback list is usim_event_list, usable while
 // still zeroed, so registrations made before init are kept.
 qmi::ServiceClient uim_client{kSetup};
-std::atomic<bool> list_ready{false};
 
 bool known_indication(unsigned msg_id) {
   for (const qmi::IndicationEntry &entry : kIndications)
@@ -134,7 +137,9 @@ VORNPAL_API int vorn_usim_pal_init(void) {
     milestone("usim qmi inited ERROR");
     return -1;
   }
-  if (!list_ready.exchange(true)) list_init(uim_client.callbacks());
+  // Made ready once, never wiped: a later init, or registrations made
+  // before the first, keep their callbacks.
+  vorn::containers::ensure_ready(uim_client.callbacks());
   if (event_register() != 0) return -1;
   VORN_LOG(VORN_INFO, "UIM pal init success...\n");
   return 0;

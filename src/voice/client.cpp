@@ -155,7 +155,7 @@ int keep_trying(int (*attempt)(), const char *failed_try) {
     if (rc == 0) return 0;
     if (failed_try != nullptr) VORN_LOG(VORN_INFO, failed_try, rc, n);
     VORN_LOG(VORN_INFO, "waiting for modem up:%d.\n", n);
-    if (n < kTries) vorn::clk::sleep_us(kBetweenTriesUs);
+    vorn::clk::sleep_us(kBetweenTriesUs);
   }
   return rc;
 }

@@ -1,42 +1,21 @@
 // vornpalctl runs share one modem: what one run writes, the next one reads.
-#include <cstdio>
-#include <cstdlib>
-
+#include "ctl_run.h"
 #include "m2m_test.h"
 
 namespace {
 
 using namespace m2mt;
 
-struct CtlRun {
-  int status;
-  std::string output;
-};
+using vt::ctl;
+using vt::CtlRun;
 
 class M2mCtl : public M2mTest {
  protected:
   void SetUp() override {
     M2mTest::SetUp();
-    const char *dir = std::getenv("VORNPAL_BINARY_DIR");
-    if (dir == nullptr) GTEST_SKIP() << "run through ctest to find vornpalctl";
-    if (vt::emulated()) GTEST_SKIP() << "vornpalctl is a host tool";
-    tool_ = std::string(dir) + "/tools/vornpalctl";
+    VT_NEEDS_TOOLS();
     vt::remove_tree("/vornsim/m2m");
   }
-
-  CtlRun ctl(const std::string &args) {
-    CtlRun run{-1, ""};
-    FILE *pipe = popen((tool_ + " " + args + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return run;
-    char chunk[512];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) run.output.append(chunk, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-  }
-
-  std::string tool_;
 };
 
 TEST_F(M2mCtl, RunsShareTheModemStore) {

@@ -1,5 +1,9 @@
 // Every exported function of the family that sends a request: its message
 // as the service documents it, and each of its requests failing in turn.
+#include <vornpal/m2m.h>
+#include <vornpal/platform/device_management_service_v01.h>
+
+#include "m2m/messages.h"
 #include "message_rows.h"
 #include "network_test.h"
 #include "request_failures.h"
@@ -21,6 +25,46 @@ uint32_t word;
 uint16_t mcc, mnc;
 vorn_network_scan_result scan_request;
 const vorn_network_reg_info kToPartner = {0, VORN_NETWORK_REG_RAT_LTE, "23205"};
+vorn_network_setting setting;
+vorn_network_freqlock_info freqlock;
+vorn_network_cainfo cainfo;
+
+// The selection groups alone: no lock items, no radio cycle.
+int get_selection() {
+  setting = {};
+  setting.regist_info_valid = 1;
+  setting.band_info_valid = 1;
+  return vorn_network_pal_get_network_setting(0, &setting);
+}
+int set_selection() {
+  setting = {};
+  setting.rat_info_valid = 1;
+  setting.rat_mode = 2;
+  setting.regist_info_valid = 1;
+  return vorn_network_pal_set_network_setting(0, &setting);
+}
+// The NR half comes from the M2M service, whose client a daemon has
+// started; the list form reads the NR PCI lock item, here an empty list.
+int read_freqlock() {
+  vorn_m2m_pal_init();
+  freqlock = {};
+  return vorn_network_pal_get_freqlock(&freqlock);
+}
+int read_freqlock_ext() {
+  vorn_m2m_pal_init();
+  freqlock = {};
+  freqlock.rat = VORN_NETWORK_LOCK_RAT_NR;
+  oem_network_pal_set_freqlock_ext(&freqlock);
+  return oem_network_pal_get_freqlock_ext(&freqlock);
+}
+int lock_lte_cell() {
+  freqlock = {};
+  freqlock.rat = VORN_NETWORK_LOCK_RAT_LTE;
+  freqlock.enable = 1;
+  freqlock.lte_count = 1;
+  freqlock.lte_cell[0] = {6300, 201};
+  return vorn_network_pal_set_freqlock(&freqlock);
+}
 
 TEST_F(NetworkRequests, MessagesAsTheServiceDocumentsThem) {
   start_family();
@@ -37,6 +81,12 @@ TEST_F(NetworkRequests, MessagesAsTheServiceDocumentsThem) {
       row<net::SetDataRoaming>("vorn_network_pal_set_data_roaming_status", [] { return vorn_network_pal_set_data_roaming_status(1); }, 4, 8, 5000),
       row<net::GetDataRoaming>("vorn_network_pal_get_data_roaming_status", [] { return vorn_network_pal_get_data_roaming_status(&word); }, 0, 16, 5000),
       row<net::PerformIncrementalScan>("vorn_network_pal_scan", [] { return vorn_network_pal_scan(0, &scan_request); }, 140, 8, 3000),
+      row<net::GetSystemSelectionPreference>("vorn_network_pal_get_network_setting", get_selection, 0, 120, 3000, false),
+      row<net::SetSystemSelectionPreference>("vorn_network_pal_set_network_setting", set_selection, 112, 8, 3000),
+      row<net::GetLteCphyCaInfo>("vorn_network_pal_get_lte_cainfo", [] { return vorn_network_pal_get_lte_cainfo(&cainfo); }, 0, 112, 3000),
+      row<net::SetCellConfig>("vorn_network_pal_set_freqlock", lock_lte_cell, 488, 8, 3000),
+      row<net::GetCellLockConfig>("vorn_network_pal_get_freqlock", read_freqlock, 0, 496, 3000, false),
+      row<net::GetCellLockConfig>("oem_network_pal_get_freqlock_ext", read_freqlock_ext, 0, 496, 3000, false),
   });
   // The start: its two requests at 5000 ms, with the bytes the modem reads.
   vorn_network_pal_deinit();
@@ -94,6 +144,15 @@ TEST_F(NetworkRequests, EachRequestFailingInTurn) {
       {"vorn_network_pal_scan", [] { return vorn_network_pal_scan(0, &scan_request); }, 0, 0, false},
       // The answer comes to the callback: the call itself only sends.
       {"vorn_network_pal_register", [] { return vorn_network_pal_register(0, &kToPartner); }, 0, 0, false},
+      // Without the modem's band capabilities the bands are reported empty.
+      {"vorn_network_pal_get_network_setting", get_selection, -1, -1, true,
+       {MessageResult{vornsim::Svc::DMS, QMI_DMS_GET_BAND_CAPABILITY_REQ_V01, 0, 0}}},
+      {"vorn_network_pal_set_network_setting", set_selection, -1, -1, false},
+      {"vorn_network_pal_get_lte_cainfo", [] { return vorn_network_pal_get_lte_cainfo(&cainfo); }, -1, -1},
+      // The modem's refusal of the cell configuration is only logged.
+      {"vorn_network_pal_set_freqlock", lock_lte_cell, 0, 0},
+      {"vorn_network_pal_get_freqlock", read_freqlock, 0, 0, true,
+       {MessageResult{vornsim::Svc::M2M, vorn::m2m::GetCellLockExt::id, -1, -1}}},
   };
   for (const FailureCase &c : cases) vt::expect_request_failures(c, family);
 }

@@ -2,37 +2,24 @@
 // to the device's own number comes back, is kept in the AP store and reads
 // back; the network's messages arrive at once or wait for the next run.
 #include <cstdio>
-#include <cstdlib>
 
+#include "ctl_run.h"
 #include "sms_test.h"
 
 namespace {
 
 using namespace smst;
 
-struct CtlRun {
-  int status;
-  std::string output;
-};
+using vt::ctl;
+using vt::CtlRun;
 
 class SmsCtl : public SmsPalTest {
  protected:
   void SetUp() override {
     SmsPalTest::SetUp();
-    if (vt::emulated()) GTEST_SKIP() << "vornpalctl is a host tool";
+    VT_NEEDS_TOOLS();
     vt::remove_tree("/vornsim/wms");
     std::remove("/data/sms_msg.db");
-  }
-  static CtlRun ctl(const std::string &args) {
-    CtlRun run{-1, ""};
-    FILE *pipe = popen((std::string(VORNPALCTL_PATH) + " " + args + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return run;
-    char chunk[512];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) run.output.append(chunk, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
   }
 };
 

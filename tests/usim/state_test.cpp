@@ -182,7 +182,7 @@ TEST_F(UsimState, ShortAndInvalidReports) {
   vornsim::drain();
   vornsim::set_decode_fault(kUim, QMI_UIM_STATUS_CHANGE_IND_V01, -1);
   card::remove_card(card::kUsimSlot);
-  EXPECT_TRUE(eventually([] { return vt::logged("Error in decoding QMI_UIM_STATUS_CHANGE_IND_V01, error = -1\n"); }));
+  EXPECT_TRUE(eventually([] { return vt::logged("UIM status change ind decode failed err :-1\n"); }));
   auto got = events.taken();
   ASSERT_EQ(got.size(), 1u) << "only the slot report of the removal";
   EXPECT_EQ(got[0].id, E_oem_USIM_EVENT_SLOT_STATUS_CHANGE);

@@ -1,45 +1,26 @@
 // vornpalctl's voice commands: one USSD session carried across runs (the
 // modem's store keeps it), the network's messages in `watch`, and the IMS
 // switch.
-#include <sys/wait.h>
-
+#include "ctl_run.h"
 #include "voice_test.h"
 
 namespace {
 
 using namespace voicet;
 
-struct CtlRun {
-  int status;
-  std::string output;
-};
+using vt::CtlRun;
 
 class VoiceCtl : public VoiceFreshTest {
  protected:
   void SetUp() override {
     VoiceFreshTest::SetUp();
-    const char *dir = std::getenv("VORNPAL_BINARY_DIR");
-    if (dir == nullptr) GTEST_SKIP() << "run through ctest to find vornpalctl";
-    if (vt::emulated()) GTEST_SKIP() << "vornpalctl is a host tool";
-    tool_ = std::string(dir) + "/tools/vornpalctl";
+    VT_NEEDS_TOOLS();
     for (const char *module : {"voice", "imss", "imsa", "m2m"}) vt::remove_tree(std::string("/vornsim/") + module);
   }
 
-  CtlRun ctl(const std::string &args) {
-    CtlRun run{-1, ""};
-    // The tool waits for the network in real time, as on a device: a loaded
-    // machine does not make its requests time out.
-    FILE *pipe = popen(("VORNPAL_TIME_SCALE=1 " + tool_ + " " + args + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return run;
-    char chunk[512];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) run.output.append(chunk, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-  }
-
-  std::string tool_;
+  // The tool waits for the network in real time, as on a device: a loaded
+  // machine does not make its requests time out.
+  static CtlRun ctl(const std::string &args) { return vt::ctl(args, "VORNPAL_TIME_SCALE=1"); }
 };
 
 TEST_F(VoiceCtl, MenuAcrossRuns) {

@@ -4,13 +4,16 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include <vornpal/m2m.h>
 #include <vornpal/network.h>
 
+#include "cmd_network.h"
 #include "ctl.h"
 
 namespace {
@@ -111,15 +114,34 @@ void on_event(uint32_t id, void *payload, uint32_t length, uint32_t) {
   events_changed.notify_all();
 }
 
-// The family, started once for the command, with the event collector.
-bool start_family(ctl::Output &out) {
+}  // namespace
+
+bool netctl::start_family(ctl::Output &out) {
   static int started = [] {
     vorn_network_pal_event_register(on_event, 0);
-    return vorn_network_pal_init();
+    int rc = vorn_network_pal_init();
+    // The family's event thread logs until it is stopped: stop it before
+    // the process's statics (the trace sink among them) go away.
+    if (rc == 0) std::atexit([] { vorn_network_pal_deinit(); });
+    return rc;
   }();
   if (started != 0) ctl::fail(out, "the network family did not start", started);
   return started == 0;
 }
+
+bool netctl::start_m2m(ctl::Output &out) {
+  static const int started = [] {
+    int rc = vorn_m2m_pal_init();
+    if (rc == 0) std::atexit([] { vorn_m2m_pal_deinit(); });
+    return rc;
+  }();
+  if (started != 0) ctl::fail(out, "the M2M family did not start", started);
+  return started == 0;
+}
+
+namespace {
+
+using netctl::start_family;
 
 // The events of `id` that came after `seen` events in all, waiting until
 // `done` holds or `seconds` pass.

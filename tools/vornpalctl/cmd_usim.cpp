@@ -283,10 +283,11 @@ std::vector<uint32_t> download_reports;
 
 void on_download(int id, void *data, int size, void *) {
   if (id != E_oem_USIM_EVENT_ADD_PROFILE || data == nullptr || size != 4) return;
-  uint32_t value = 0;
-  std::memcpy(&value, data, sizeof value);
   std::lock_guard<std::mutex> lock(download_mutex);
-  download_reports.push_back(value);
+  // Copied straight into its place: the armhf compiler takes a local word
+  // pushed here for a dangling pointer.
+  download_reports.emplace_back();
+  std::memcpy(&download_reports.back(), data, sizeof(uint32_t));
   download_changed.notify_all();
 }
 

@@ -20,6 +20,7 @@ namespace {
 // ---- the family's events as text --------------------------------------------------
 
 struct Described {
+  int event = 0;
   std::string text;       // the network's text, or what happened
   bool question = false;  // the network waits for an answer
   bool end = false;       // the session is over
@@ -77,7 +78,7 @@ std::optional<Described> describe(int id, const void *data, int size) {
     d.text = "(released, cause " + std::to_string(release.release_cause) + ")";
     return d;
   }
-  return Described{"(event " + std::to_string(id) + ", " + std::to_string(size) + " bytes)"};
+  return Described{id, "(event " + std::to_string(id) + ", " + std::to_string(size) + " bytes)"};
 }
 
 // ---- a USSD exchange: the request, then the network's news until it asks or ends --
@@ -92,9 +93,12 @@ Exchange exchange;
 void collect(int id, void *data, int size, void *) {
   std::optional<Described> d = describe(id, data, size);
   if (!d) return;
+  d->event = id;
   std::lock_guard<std::mutex> lock(exchange.mutex);
-  // The outcome repeats the text its event 2 already gave.
-  if (!exchange.news.empty() && !d->end && exchange.news.back().text == d->text) return;
+  // The outcome of a request repeats the text its event 2 already gave.
+  if (id == VORN_VOICE_EVENT_USSD_NO_WAIT && !d->end && !exchange.news.empty() &&
+      exchange.news.back().event == VORN_VOICE_EVENT_USSD && exchange.news.back().text == d->text)
+    return;
   exchange.news.push_back(*d);
   exchange.changed.notify_all();
 }

@@ -46,6 +46,8 @@ qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t idl_maj_
 #define QMI_NAS_GET_DATA_ROAMING_REQ_MSG_V01 0x009B
 #define QMI_NAS_GET_LTE_CPHY_CA_INFO_REQ_MSG_V01 0x00AC
 #define QMI_NAS_GET_ARFCN_LIST_REQ_MSG_V01 0x00D2
+#define QMI_NAS_GET_CELL_LOCK_CONFIG_REQ_MSG_V01 0x00D7
+#define QMI_NAS_SET_CELL_CONFIG_REQ_MSG_V01 0x00D8
 #define QMI_NAS_GET_SPEFF_REQ_MSG_V01 0x0101
 #define QMI_NAS_GET_NR5G_SPEFF_REQ_MSG_V01 0x0107
 
@@ -61,6 +63,8 @@ qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t idl_maj_
 #define NAS_MAX_LTE_NGBR_FREQS_V01 4
 #define NAS_MAX_SCELL_LIST_LEN_V01 4
 #define NAS_MODE_LIST_MAX_V01 2
+#define NAS_ACQ_ORDER_LIST_MAX_V01 10
+#define NAS_CELL_CONFIG_LIST_MAX_V01 60
 
 /* Radio interfaces. */
 #define NAS_RADIO_IF_NO_SVC_V01 0x00
@@ -471,13 +475,27 @@ typedef struct {
 
 /* ---- 52, 51: system selection preference ----------------------------- */
 
+/* LTE bands 1 to 256, band n at bit (n - 1) % 64 of word (n - 1) / 64. */
+typedef struct {
+  uint64_t bits_1_64;
+  uint64_t bits_65_128;
+  uint64_t bits_129_192;
+  uint64_t bits_193_256;
+} nas_lte_band_pref_mask_ext_type_v01;
+
 typedef struct {
   qmi_response_type_v01 resp;
   uint8_t mode_pref_valid;
   uint16_t mode_pref; /* mask: 4 GSM, 8 UMTS, 16 LTE, 64 NR5G */
+  uint8_t band_pref_valid;
+  uint64_t band_pref; /* GSM and UMTS band bits */
   uint8_t net_sel_pref_valid;
   uint32_t net_sel_pref; /* 0 automatic, 1 manual */
-  uint8_t reserved[32];
+  uint8_t acq_order_valid;
+  uint32_t acq_order_len;
+  uint32_t acq_order[NAS_ACQ_ORDER_LIST_MAX_V01]; /* radio interfaces, first tried first */
+  uint8_t lte_band_pref_ext_valid;
+  nas_lte_band_pref_mask_ext_type_v01 lte_band_pref_ext;
 } nas_get_system_selection_preference_resp_msg_v01;
 
 typedef struct {
@@ -489,11 +507,17 @@ typedef struct {
 typedef struct {
   uint8_t mode_pref_valid;
   uint16_t mode_pref;
+  uint8_t band_pref_valid;
+  uint64_t band_pref;
   uint8_t net_sel_pref_valid;
   nas_net_sel_pref_type_v01 net_sel_pref;
   uint8_t mnc_includes_pcs_digit_valid;
   uint8_t mnc_includes_pcs_digit;
-  uint8_t reserved[30];
+  uint8_t acq_order_valid;
+  uint32_t acq_order_len;
+  uint32_t acq_order[NAS_ACQ_ORDER_LIST_MAX_V01];
+  uint8_t lte_band_pref_ext_valid;
+  nas_lte_band_pref_mask_ext_type_v01 lte_band_pref_ext;
 } nas_set_system_selection_preference_req_msg_v01;
 
 typedef nas_result_resp_msg_v01 nas_set_system_selection_preference_resp_msg_v01;
@@ -764,8 +788,9 @@ typedef struct {
   uint16_t pci;
   uint16_t freq;
   uint32_t dl_bandwidth;
-  uint32_t band; /* numbered as the library numbers bands */
+  uint32_t band; /* active band code */
   uint32_t scell_state;
+  uint8_t ul_configured;
 } nas_lte_cphy_scell_entry_type_v01;
 
 typedef struct {
@@ -790,6 +815,30 @@ typedef struct {
   uint8_t nr5g_rrc_state_valid;
   uint32_t nr5g_rrc_state;
 } nas_get_arfcn_list_resp_msg_v01;
+
+/* ---- 215, 216: LTE cell lock ----------------------------------------- */
+
+typedef struct {
+  uint32_t earfcn;
+  uint32_t pci;
+} nas_lte_cell_config_type_v01;
+
+/* An empty list with the apply pair set unlocks. */
+typedef struct {
+  uint32_t lte_cell_list_len;
+  nas_lte_cell_config_type_v01 lte_cell_list[NAS_CELL_CONFIG_LIST_MAX_V01];
+  uint8_t apply_valid;
+  uint8_t apply;
+} nas_set_cell_config_req_msg_v01;
+
+typedef nas_result_resp_msg_v01 nas_set_cell_config_resp_msg_v01;
+
+typedef struct {
+  qmi_response_type_v01 resp;
+  uint8_t lte_cell_list_valid;
+  uint32_t lte_cell_list_len;
+  nas_lte_cell_config_type_v01 lte_cell_list[NAS_CELL_CONFIG_LIST_MAX_V01];
+} nas_get_cell_lock_config_resp_msg_v01;
 
 /* ---- 257, 263: spectral efficiency ----------------------------------- */
 
