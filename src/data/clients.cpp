@@ -30,7 +30,7 @@ struct ProfileNode {
 
 list_type profile_list;
 // Makes find-or-create one step, so that two threads never create two
-// contexts of one profile.
+// contexts of one profile; guards the pins of the contexts too.
 std::mutex creation_mutex;
 
 constexpr uint32_t kLinkNumbers = 32;
@@ -145,8 +145,9 @@ profile_ctx *FindProfileCtx(uint32_t index) {
   return link != nullptr ? reinterpret_cast<ProfileNode *>(link)->ctx : nullptr;
 }
 
-profile_ctx *GetProfileCtx(uint32_t index) {
-  std::lock_guard<std::mutex> lock(creation_mutex);
+namespace {
+
+profile_ctx *find_or_create_locked(uint32_t index) {
   if (profile_ctx *found = FindProfileCtx(index)) return found;
   VORN_LOG(VORN_ERR, "not FindProfileCtx,need creat profileCtxPtr\n");
   auto *ctx = static_cast<profile_ctx *>(std::calloc(1, sizeof(profile_ctx)));
@@ -163,22 +164,50 @@ profile_ctx *GetProfileCtx(uint32_t index) {
   return ctx;
 }
 
+// Off the list already: freed now, or by the last unpin.
+void retire_locked(profile_ctx *ctx) {
+  if (ctx->pins == 0) {
+    std::free(ctx);
+  } else {
+    ctx->retired = true;
+  }
+}
+
+}  // namespace
+
+profile_ctx *GetProfileCtx(uint32_t index) {
+  std::lock_guard<std::mutex> lock(creation_mutex);
+  return find_or_create_locked(index);
+}
+
+profile_ctx *PinProfileCtx(uint32_t index) {
+  std::lock_guard<std::mutex> lock(creation_mutex);
+  profile_ctx *ctx = find_or_create_locked(index);
+  ++ctx->pins;
+  return ctx;
+}
+
+void UnpinProfileCtx(profile_ctx *ctx) {
+  std::lock_guard<std::mutex> lock(creation_mutex);
+  if (--ctx->pins == 0 && ctx->retired) std::free(ctx);
+}
+
 void RemoveProfileCtx(profile_ctx *ctx) {
   std::lock_guard<std::mutex> lock(creation_mutex);
   list_link_type *link = list_linear_search(&profile_list, match_ctx, ctx);
   if (link == nullptr) return;
   auto *node = reinterpret_cast<ProfileNode *>(link);
-  std::free(node->ctx);
   node->ctx = nullptr;
   list_pop_item(&profile_list, link);
   std::free(node);
+  retire_locked(ctx);
 }
 
 void FreeProfileContexts() {
   std::lock_guard<std::mutex> lock(creation_mutex);
   while (list_link_type *link = list_pop_front(&profile_list)) {
     auto *node = reinterpret_cast<ProfileNode *>(link);
-    std::free(node->ctx);
+    retire_locked(node->ctx);
     std::free(node);
   }
 }

@@ -7,6 +7,14 @@
 // run-time settings, waits for the interface, sets what the kernel must not
 // take from router advertisements, and only then calls the callbacks. A
 // callback may therefore call back into the family.
+//
+// The counter holds one word at a time, and the QMI thread never waits for
+// the event thread to take it: a word that finds the counter full joins the
+// words held back here, and the event thread moves the oldest of them into
+// the counter as soon as it has read the one before. A blocking second write
+// would hold the QMI thread for as long as the event thread probes the
+// interface (seconds), and with it every later report of the modem: the one
+// a stop waits for, and the answers to the event thread's own requests.
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
@@ -15,6 +23,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <deque>
 #include <cstdlib>
 #include <cstring>
 
@@ -40,7 +49,57 @@ std::atomic<int> epollFd{-1};
 std::atomic<int> eventQueueFd{-1};
 std::mutex thread_mutex;  // init of the descriptors and the thread
 
-uint64_t ReadEventFd() {
+// The words written and not yet handled to the end, and those that wait for
+// the counter, under one mutex. Invariant: words wait only while the counter
+// is full, or while the event thread is between its read and
+// pass_next_word().
+struct WordQueue {
+  std::mutex mutex;
+  std::deque<uint64_t> held;
+  bool counter_full = false;
+};
+
+WordQueue &word_queue() {
+  static auto *queue = new WordQueue;  // outlives the detached thread
+  return *queue;
+}
+
+// The six tries of one write; the counter is empty, so it never blocks.
+bool write_word(int fd, uint64_t word) {
+  for (int tries = 0; tries < kWriteTries; ++tries) {
+    ssize_t written = write(fd, &word, sizeof word);
+    if (written == static_cast<ssize_t>(sizeof word)) return true;
+    if (written < 0 && errno != EINTR) {
+      VORN_LOG(VORN_ERR, "write() failed with errno %d (%m).\n", errno);
+    } else {
+      VORN_LOG(VORN_ERR, "write() returned %zd! (expected %zd)\n", written,
+               static_cast<ssize_t>(sizeof word));
+    }
+  }
+  VORN_LOG(VORN_ERR, "write failed with more than %d times.\n", kWriteTries - 1);
+  // The word never left: the token goes back, and the record stays where
+  // the target leaves it, allocated.
+  RecordHalf::record(low_of(word));
+  return false;
+}
+
+// On the event thread, right after a read emptied the counter: the oldest
+// held word goes in.
+void pass_next_word() {
+  WordQueue &queue = word_queue();
+  std::lock_guard<std::mutex> lock(queue.mutex);
+  const int fd = eventQueueFd.load();
+  while (!queue.held.empty()) {
+    const uint64_t word = queue.held.front();
+    queue.held.pop_front();
+    if (fd >= 1 && write_word(fd, word)) return;
+  }
+  queue.counter_full = false;
+}
+
+// `emptied` tells whether the read took the counter's word.
+uint64_t ReadEventFd(bool &emptied) {
+  emptied = false;
   const int fd = eventQueueFd.load();
   if (fd < 1) {
     VORN_LOG(VORN_ERR, "Ivalid eventQueueFd\n");
@@ -48,7 +107,10 @@ uint64_t ReadEventFd() {
   }
   uint64_t word = 0;
   ssize_t got = read(fd, &word, sizeof word);
-  if (got == static_cast<ssize_t>(sizeof word)) return word;
+  if (got == static_cast<ssize_t>(sizeof word)) {
+    emptied = true;
+    return word;
+  }
   if (got < 0 && errno != EINTR) {
     VORN_LOG(VORN_ERR, "read() failed with errno %d (%m).\n", errno);
     return word_of(EVENT_EXIT, 0);
@@ -61,7 +123,10 @@ uint64_t ReadEventFd() {
 // The work of one word, on the event thread; the callbacks come last.
 void handle_word(uint32_t high, data_status_event *record) {
   VORN_LOG(VORN_INFO, "cid=%d\n", record->profileIndex);
-  profile_ctx *ctx = GetProfileCtx(static_cast<uint32_t>(record->profileIndex));
+  // Held until the callbacks: a daemon may deinit or delete the profile
+  // meanwhile, and the context is still read and written here.
+  PinnedCtx pinned(static_cast<uint32_t>(record->profileIndex));
+  profile_ctx *ctx = pinned.get();
   if (ctx == nullptr) {
     VORN_LOG(VORN_ERR, "Invalid parameter!\n");
     std::free(record);
@@ -118,7 +183,9 @@ void *event_data_rx_process(void *) {
       continue;
     }
     pthread_testcancel();
-    const uint64_t word = ReadEventFd();
+    bool emptied = false;
+    const uint64_t word = ReadEventFd(emptied);
+    if (emptied) pass_next_word();
     const uint32_t high = high_of(word);
     VORN_LOG(VORN_INFO, "high_bits:0x%llx, low_bits:0x%x\n",
              static_cast<unsigned long long>(high), low_of(word));
@@ -185,21 +252,15 @@ bool WriteEventFd(data_status_event *record, uint32_t high) {
     return false;
   }
   const uint64_t word = word_of(high, RecordHalf::of(record));
-  for (int tries = 0; tries < kWriteTries; ++tries) {
-    ssize_t written = write(fd, &word, sizeof word);
-    if (written == static_cast<ssize_t>(sizeof word)) return true;
-    if (written < 0 && errno != EINTR) {
-      VORN_LOG(VORN_ERR, "write() failed with errno %d (%m).\n", errno);
-    } else {
-      VORN_LOG(VORN_ERR, "write() returned %zd! (expected %zd)\n", written,
-               static_cast<ssize_t>(sizeof word));
-    }
+  WordQueue &queue = word_queue();
+  std::lock_guard<std::mutex> lock(queue.mutex);
+  if (queue.counter_full) {
+    queue.held.push_back(word);
+    return true;
   }
-  VORN_LOG(VORN_ERR, "write failed with more than %d times.\n", kWriteTries - 1);
-  // The word never left: the token goes back, and the record stays where
-  // the target leaves it, allocated.
-  RecordHalf::record(low_of(word));
-  return false;
+  if (!write_word(fd, word)) return false;
+  queue.counter_full = true;
+  return true;
 }
 
 data_status_event *NewStatusRecord(uint32_t profile, int ipType, int32_t data_state,

@@ -147,13 +147,14 @@ void on_status(qmi_client_type handle, const void *buf, unsigned len, uint32_t p
   if (ipType == 0) ind.ip_family = WDS_IP_FAMILY_IPV4_V01;
   VORN_LOG(VORN_INFO, "ipVersion:%d\n", static_cast<int>(ind.ip_family));
 
-  profile_ctx *ctx = nullptr;
+  if (profile == 0 && (newState != kConDisconnected || !default_call_bridged())) {
+    VORN_LOG(VORN_INFO, "newState:%d\n", newState);
+    return;
+  }
+  // Kept while this report is handled: deinit may run on another thread.
+  PinnedCtx pinned(profile);
+  profile_ctx *ctx = pinned.get();
   if (profile == 0) {
-    if (newState != kConDisconnected || !default_call_bridged()) {
-      VORN_LOG(VORN_INFO, "newState:%d\n", newState);
-      return;
-    }
-    ctx = GetProfileCtx(0);
     int32_t state;
     {
       std::lock_guard<std::mutex> lock(context_mutex());
@@ -164,7 +165,6 @@ void on_status(qmi_client_type handle, const void *buf, unsigned len, uint32_t p
       return;
     }
   } else {
-    ctx = GetProfileCtx(profile);
     VORN_LOG(VORN_DBUG, "profileCtxPtr:%p\n", static_cast<void *>(ctx));
   }
 

@@ -103,6 +103,10 @@ struct profile_ctx {
   vorn_clk_time connect_time;
   vorn_clk_time disconnect_time;
   uint8_t clat_enabled;
+  // Threads of the family's own that hold the context (PinnedCtx), and
+  // whether deinit or a delete took it off the list meanwhile.
+  uint32_t pins;
+  bool retired;
 };
 
 // ---- the tables and the contexts (clients.cpp) --------------------------------
@@ -122,6 +126,24 @@ profile_ctx *GetProfileCtx(uint32_t index);
 void FreeProfileContexts();
 // Removes one context from the list and frees it.
 void RemoveProfileCtx(profile_ctx *ctx);
+// GetProfileCtx, and the context stays allocated until the unpin even when
+// deinit or a delete frees the others meanwhile.
+profile_ctx *PinProfileCtx(uint32_t index);
+void UnpinProfileCtx(profile_ctx *ctx);
+
+// The context of a profile for the span of one event on the QMI thread or
+// the event thread, which a daemon's deinit or delete may overlap.
+class PinnedCtx {
+ public:
+  explicit PinnedCtx(uint32_t index) : ctx_(PinProfileCtx(index)) {}
+  ~PinnedCtx() { UnpinProfileCtx(ctx_); }
+  PinnedCtx(const PinnedCtx &) = delete;
+  PinnedCtx &operator=(const PinnedCtx &) = delete;
+  profile_ctx *get() const { return ctx_; }
+
+ private:
+  profile_ctx *ctx_;
+};
 
 // A handle with one more reference, or null.
 qmi_client_type GetWdsClient(uint32_t profileIndex, int ipType, bool create, bool map);

@@ -264,7 +264,6 @@ TEST_F(Connect, AStartNeverAnsweredTimesOutAndLeavesNothingLocked) {
 
 TEST_F(Connect, AReportBeforeTheAnswerStillConnects) {
   write_profile(8, "quick", VORN_DATA_PDP_IPV4);
-  vornsim::wds::report_before_answer(true);
   forget();
   EXPECT_EQ(vorn_data_pal_connect(8), 0);
   // The report was handled before the start's answer came back.

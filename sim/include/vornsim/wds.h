@@ -52,13 +52,14 @@ struct SessionView {
 };
 std::vector<SessionView> sessions();
 
-// Faults of the session's start, on the next `count` starts:
-// - refused with "call failed" (14), with the call end reason and the
-//   verbose one (type, reason);
+// The report of a client's own start or stop reaches it before the answer
+// returns.
+//
+// Faults of the session's start, on the next `count` starts: refused with
+// "call failed" (14), with the call end reason and the verbose one (type,
+// reason).
 void fail_next_start(uint32_t call_end_reason, uint32_t verbose_type, uint32_t verbose_reason,
                      int count = 1);
-// - the connected report comes before the start's answer.
-void report_before_answer(bool on);
 // The network ends a session: the disconnected report with the reasons.
 // False when the profile has no session of that family.
 bool drop(uint32_t profile, int family, uint32_t call_end_reason, uint32_t verbose_type = 0,
