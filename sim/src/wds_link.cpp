@@ -148,6 +148,12 @@ void take_down(uint32_t link, int family) {
   } else {
     run_batch(4, "route flush dev " + dev + "\naddr flush dev " + dev + "\n");
   }
+  // With no call left on it the link goes down, as the device's network
+  // manager leaves an idle data interface; the next session sets it up.
+  const std::string idle = "[ -z \"$(ip -o addr show dev " + dev + " scope global)\" ] && ip link set dev " +
+                           dev + " down >/dev/null 2>&1";
+  int rc = std::system(idle.c_str());
+  (void)rc;
 }
 
 }  // namespace

@@ -197,13 +197,18 @@ TEST_F(Async, IndicationsTheFamilyDrops) {
   settle();
   EXPECT_TRUE(Collector::instance().events().empty());
 
-  // A drop on the call's client: the default profile knows no bridge here.
+  // A report to every client: the call's client takes it for its profile
+  // (in the family the report names), the default client's is dropped, as
+  // the default profile knows no bridge here.
   ind.status.connection_status = WDS_CONNECTION_STATUS_SUSPENDED_V01;
+  ind.ip_family_valid = 1;
+  ind.ip_family = WDS_IP_FAMILY_IPV6_V01;
   vornsim::indicate(kWds, QMI_WDS_PKT_SRVC_STATUS_IND_V01, ind);
   settle();
   ASSERT_EQ(statuses().size(), 1u);
   EXPECT_EQ(statuses()[0].data_state, VORN_DATA_STATE_CHANGING);
   EXPECT_EQ(statuses()[0].profileIndex, 7);
+  EXPECT_EQ(statuses()[0].ip_call_type, 1);
   ASSERT_EQ(vorn_data_pal_disconnect(7), 0);
 }
 
@@ -220,10 +225,12 @@ TEST_F(Async, ReportsWaitForABusyEventThreadWithoutHoldingTheModem) {
     gate.lock();
     gate.unlock();
   });
+  // Reports of the family the call does not have: the event thread's wait
+  // for the family's address to go ends at once.
   wds_pkt_srvc_status_ind_msg_v01 ind{};
   ind.status.connection_status = WDS_CONNECTION_STATUS_AUTHENTICATING_V01;
   ind.ip_family_valid = 1;
-  ind.ip_family = WDS_IP_FAMILY_IPV4_V01;
+  ind.ip_family = WDS_IP_FAMILY_IPV6_V01;
   for (int i = 0; i < 3; ++i) vornsim::indicate(kWds, QMI_WDS_PKT_SRVC_STATUS_IND_V01, ind);
   ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 1));
   // The modem's thread handed its words over and is free: every report is

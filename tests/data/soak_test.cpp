@@ -83,7 +83,7 @@ class Soak : public DataTest {
   }
 };
 
-TEST_F(Soak, ConnectDisconnectCycles) { run(8); }
+TEST_F(Soak, ConnectDisconnectCycles) { run(3); }
 
 TEST_F(Soak, DISABLED_ThousandConnectDisconnectCycles) { run(1000); }
 
