@@ -171,6 +171,7 @@ struct DiagLine {
   int pid;
   std::string func;
   std::string text;
+  int64_t steady_ns;  // when the sink got it, on std::chrono::steady_clock
 };
 // The lines handed to the sink, oldest first; the last kDiagRecord are kept.
 constexpr size_t kDiagRecord = 4096;
