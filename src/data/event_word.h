@@ -9,8 +9,9 @@
 // named by a word is owned by whoever reads the word.
 //
 // The high words are far above half the counter's range, so the sum of two
-// words overflows the eventfd counter: a second write blocks until the event
-// thread has read the first. That keeps one word one event.
+// words overflows the eventfd counter: a second write would block until the
+// event thread has read the first. That keeps one word one event; the
+// writer (WriteEventFd) holds a second word back itself rather than block.
 #pragma once
 
 #include <cstdint>
