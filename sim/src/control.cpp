@@ -206,6 +206,33 @@ void indicate(Svc svc, unsigned msg_id, const void *data, size_t len) {
   });
 }
 
+void indicate_to(const void *client, unsigned msg_id, const void *data, size_t len) {
+  Modem &m = modem();
+  auto bytes = std::make_shared<std::vector<uint8_t>>(
+      static_cast<const uint8_t *>(data), static_cast<const uint8_t *>(data) + len);
+  std::lock_guard<std::mutex> lock(m.mutex);
+  schedule_locked(m, Clock::duration::zero(), true, [client, msg_id, bytes] {
+    Modem &mm = modem();
+    qmi_client_ind_cb cb = nullptr;
+    void *cb_data = nullptr;
+    auto *target = static_cast<qmi_client_struct *>(const_cast<void *>(client));
+    {
+      std::lock_guard<std::mutex> inner(mm.mutex);
+      if (mm.clients.count(target) == 0 || !target->connected) return;  // released meanwhile
+      cb = target->ind_cb;
+      cb_data = target->ind_cb_data;
+    }
+    if (cb != nullptr) cb(target, msg_id, bytes->data(), static_cast<unsigned>(bytes->size()), cb_data);
+  });
+}
+
+bool client_live(const void *client) {
+  Modem &m = modem();
+  std::lock_guard<std::mutex> lock(m.mutex);
+  auto *handle = static_cast<qmi_client_struct *>(const_cast<void *>(client));
+  return live_client_locked(m, handle) && handle->connected;
+}
+
 void drain() {
   Modem &m = modem();
   std::unique_lock<std::mutex> lock(m.mutex);

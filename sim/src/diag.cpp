@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <chrono>
 #include <mutex>
 
 #include <vornpal/platform/diag.h>
@@ -114,6 +115,7 @@ __attribute__((visibility("default"))) void msg_sprintf(const msg_const_type *co
     line->pid = pid;
     line->func = or_empty(func);
     line->text = or_empty(text);
+    line->steady_ns = std::chrono::steady_clock::now().time_since_epoch().count();
   }
 }
 

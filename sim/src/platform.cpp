@@ -167,7 +167,7 @@ __attribute__((visibility("default"))) qmi_client_error_type qmi_client_send_msg
     req = Request{user_handle->svc, msg_id,
                   bytes != nullptr ? std::vector<uint8_t>(bytes, bytes + req_c_struct_len)
                                    : std::vector<uint8_t>{},
-                  timeout_msecs, false};
+                  timeout_msecs, false, user_handle};
     record_locked(m, req);
     if (!m.up[static_cast<int>(req.svc)]) return QMI_SERVICE_ERR;
     std::tie(handler, fault) = take_answer_locked(m, req);
@@ -214,7 +214,7 @@ __attribute__((visibility("default"))) qmi_client_error_type qmi_client_send_msg
   Request req{user_handle->svc, msg_id,
               bytes != nullptr ? std::vector<uint8_t>(bytes, bytes + req_c_struct_len)
                                : std::vector<uint8_t>{},
-              0, true};
+              0, true, user_handle};
   record_locked(m, req);
   if (!m.up[static_cast<int>(req.svc)]) return QMI_SERVICE_ERR;
   Handler handler;
@@ -253,19 +253,6 @@ __attribute__((visibility("default"))) qmi_client_error_type qmi_client_message_
   std::memset(c_struct, 0, c_struct_len);
   std::memcpy(c_struct, msg_buf, std::min(msg_buf_len, c_struct_len));
   return QMI_NO_ERR;
-}
-
-__attribute__((visibility("default"))) int qmi_linux_get_conn_id_by_name_ex(const char *dev_id,
-                                                                           int *ep_type, int *epid,
-                                                                           int *mux_id) {
-  int link = 0;
-  if (dev_id == nullptr || ep_type == nullptr || epid == nullptr || mux_id == nullptr ||
-      std::sscanf(dev_id, "rmnet_data%d", &link) != 1)
-    return -1;
-  *ep_type = 2;
-  *epid = 1;
-  *mux_id = link + 1;
-  return 0;
 }
 
 }  // extern "C"

@@ -34,6 +34,7 @@ struct Request {
   std::vector<uint8_t> bytes;
   unsigned timeout_ms;  // 0 for asynchronous requests
   bool async;
+  const void *client = nullptr;  // the handle it came on
 
   // The request structure, zero-extended when the client sent fewer bytes.
   template <class T>
@@ -136,6 +137,11 @@ template <class T>
 void indicate(Svc svc, unsigned msg_id, const T &ind) {
   indicate(svc, msg_id, &ind, sizeof ind);
 }
+// An indication to one client (the handle a request came on), as services
+// that keep state per client send them; nothing when it is gone by then.
+void indicate_to(const void *client, unsigned msg_id, const void *data, size_t len);
+// True while the client (a request's handle) is connected and not released.
+bool client_live(const void *client);
 // Waits until every queued indication and asynchronous answer was delivered.
 void drain();
 // True when the calling thread is the modem's delivery thread.
@@ -165,6 +171,7 @@ struct DiagLine {
   int pid;
   std::string func;
   std::string text;
+  int64_t steady_ns;  // when the sink got it, on std::chrono::steady_clock
 };
 // The lines handed to the sink, oldest first; the last kDiagRecord are kept.
 constexpr size_t kDiagRecord = 4096;

@@ -1,0 +1,247 @@
+/*
+ * Data family: data calls on numbered profiles, the profiles stored on the
+ * modem, and the addresses of a call once it is up.
+ *
+ * Profiles are numbered 1 to 42 (VORN_DATA_PROFILE_MAX). A call on a profile
+ * is one WDS session for each IP family it uses, IPv4 and IPv6; each session
+ * has its own WDS client, and the two of one profile share one data
+ * interface, "rmnet_data<N>".
+ *
+ * Call vorn_data_pal_init once before anything else. It starts the family's
+ * event thread ("event_data_rx"), which runs for the life of the process;
+ * vorn_data_pal_deinit releases the clients and forgets the callbacks and
+ * profiles, but leaves the thread.
+ *
+ * Results (include/vornpal/defs.h): VORN_OK (0) for success, VORN_FAILURE
+ * (-1) for failure, unless stated otherwise; VORN_QMI_FAILURE (-6) for a
+ * session the modem would not start. Records stay the caller's.
+ */
+#ifndef VORNPAL_DATA_H
+#define VORNPAL_DATA_H
+
+#include <vornpal/defs.h>
+#include <vornpal/event.h>
+
+VORNPAL_BEGIN_DECLS
+
+#define VORN_DATA_PROFILE_MAX 42
+
+/* A start that the modem answered with "no effect" and no connected report
+ * came: the session exists on the modem already. */
+#define VORN_DATA_NO_EFFECT (-14)
+/* The profile's call is connected already. */
+#define VORN_DATA_ALREADY_CONNECTED 10
+
+/* ---- events ----------------------------------------------------------------
+ *
+ * Callbacks registered with vorn_data_pal_event_register get
+ * (event_id, data, size, user_data). The data belongs to the library and is
+ * freed after the last callback: copy what you keep.
+ *
+ * Event 0 comes on the event thread "event_data_rx" once the data interface
+ * has settled (its address is there, or gone, or the wait ran out), and on
+ * the caller's thread when a synchronous start fails. Events 2 to 5 come on
+ * the threads "async_connect" and "async_disconnect".
+ */
+enum {
+  VORN_DATA_EVENT_CALL_STATUS = 0,        /* vorn_data_status_event, 28 bytes */
+  VORN_DATA_EVENT_STATISTICS = 1,
+  VORN_DATA_EVENT_CONNECT_DONE = 2,       /* the profile index, 4 bytes */
+  VORN_DATA_EVENT_CONNECT_FAILED = 3,     /* the profile index, 4 bytes */
+  VORN_DATA_EVENT_DISCONNECT_DONE = 4,    /* the profile index, 4 bytes */
+  VORN_DATA_EVENT_DISCONNECT_FAILED = 5   /* the profile index, 4 bytes */
+};
+
+/* data_state of event 0. */
+enum {
+  VORN_DATA_STATE_DOWN = 0,
+  VORN_DATA_STATE_CHANGING = 1, /* suspended or authenticating */
+  VORN_DATA_STATE_UP = 2
+};
+
+/* Event 0: a call of one IP family changed state, or its start failed. */
+typedef struct {
+  int32_t profileIndex;
+  int32_t ip_call_type; /* 0 IPv4, 1 IPv6 */
+  int32_t data_state;   /* VORN_DATA_STATE_* */
+  int32_t failureType;  /* the end reason as the family numbers it; 45 none */
+  int32_t failureCode;  /* the modem's call end reason */
+  int32_t verboseType;  /* the verbose end reason's type */
+  int32_t verboseCode;  /* the verbose end reason */
+} data_status_event;
+
+/* ---- profiles --------------------------------------------------------------- */
+
+/* pdp_type of a profile. */
+enum {
+  VORN_DATA_PDP_IPV4 = 0,
+  VORN_DATA_PDP_IPV6 = 1,
+  VORN_DATA_PDP_IPV4V6 = 2,
+  VORN_DATA_PDP_PPP = 3
+};
+
+/* Bits of authentication_preference. */
+#define VORN_DATA_AUTH_PAP 0x1
+#define VORN_DATA_AUTH_CHAP 0x2
+
+/* A profile's connection settings (364 bytes). On a write, the fields with
+ * a _valid byte are sent only when it is set; APN, PDP type, authentication,
+ * user name and password always go. The APN goes with at most 62 bytes. */
+typedef struct {
+  uint8_t cid;
+  char profile_name[51];
+  char apn[100];
+  uint32_t authentication_preference; /* VORN_DATA_AUTH_* */
+  char username[65];
+  char password[65];
+  uint8_t auth_valid;
+  uint8_t username_valid;
+  uint8_t password_valid;
+  uint32_t pdp_type; /* VORN_DATA_PDP_* */
+  uint32_t ip_support_type; /* vorn_data_pal_set_attach_params only */
+  char pdp_text[7];
+  uint8_t pdp_type_valid;
+  uint8_t apn_valid;
+  uint8_t ipv4_address_preference_valid;
+  uint32_t ipv4_address_preference;
+  uint8_t pdp_data_compression_valid;
+  uint32_t pdp_data_compression;
+  uint8_t pdp_hdr_compression_valid;
+  uint32_t pdp_hdr_compression;
+  uint8_t option_d_valid;
+  uint32_t option_d;
+  uint8_t option_e_valid;
+  uint8_t option_e;
+  uint8_t reserved[20];
+  uint8_t clat_valid;
+  uint8_t clat_enabled;
+} data_profile_settings;
+
+typedef struct {
+  uint32_t count;
+  data_profile_settings profiles[VORN_DATA_PROFILE_MAX];
+} data_profile_list;
+
+/* ---- run-time settings -------------------------------------------------------- */
+
+/* Bits of the mask of vorn_data_pal_get_runtime_connect_info. */
+#define VORN_DATA_INFO_DNS 0x10
+#define VORN_DATA_INFO_ADDRESS 0x80
+#define VORN_DATA_INFO_GATEWAY 0x100
+#define VORN_DATA_INFO_MTU 0x200
+#define VORN_DATA_INFO_INTERFACE 0x1000
+
+/* What a call of one family has (384 bytes). A flag of 1 says the value
+ * behind it is set. IPv4 addresses are numbers in host order (10.0.0.1 is
+ * 0x0A000001), IPv6 addresses 16 bytes in network order. */
+typedef struct {
+  uint8_t reserved_0[17];
+  char interfaceName[21];
+  uint8_t reserved_38[233];
+  uint8_t ipv4_dns_primary_valid;
+  uint32_t ipv4_dns_primary;
+  uint8_t ipv4_dns_secondary_valid;
+  uint32_t ipv4_dns_secondary;
+  uint8_t reserved_284[8];
+  uint8_t ipv4_address_valid;
+  uint32_t ipv4_address;
+  uint8_t ipv4_gateway_valid;
+  uint32_t ipv4_gateway;
+  uint8_t ipv6_address_valid;
+  uint8_t ipv6_address[16];
+  uint8_t ipv6_prefix_length; /* 64 */
+  uint8_t ipv6_gateway_valid;
+  uint8_t ipv6_gateway[16];
+  uint8_t ipv6_gateway_prefix_length; /* 64 */
+  uint8_t ipv6_dns_primary_valid;
+  uint8_t ipv6_dns_primary[16];
+  uint8_t ipv6_dns_secondary_valid;
+  uint8_t ipv6_dns_secondary[16];
+  uint8_t mtu_valid;
+  uint32_t mtu;
+} connect_info;
+
+/* ---- the family ------------------------------------------------------------------ */
+
+/* 0, or -1 when the modem's call reports cannot be switched on. */
+VORNPAL_API int vorn_data_pal_init(void);
+/* Releases the WDS clients, forgets callbacks and profiles; 0. */
+VORNPAL_API int vorn_data_pal_deinit(void);
+/* Appends a callback (the same one twice is called twice); -1 for null. */
+VORNPAL_API int vorn_data_pal_event_register(vorn_pal_event_callback callback, void *user_data);
+/* Removes the first registration of callback; 0 also when there is none. */
+VORNPAL_API int vorn_data_pal_event_unregister(vorn_pal_event_callback callback);
+/* Switches the modem's call reports on (any nonzero mask). */
+VORNPAL_API int vorn_data_event_register(uint32_t mask);
+/* Hands data (a heap block the caller gives up; null does nothing) to every
+ * callback, then frees it. */
+VORNPAL_API void vorn_data_pal_ind_notify(int event_id, void *data, int size);
+
+/* ---- calls -------------------------------------------------------------------------
+ *
+ * A synchronous connect returns once the modem has started the session
+ * (each family it uses, IPv4 first); event 0 follows when the interface is
+ * up. It gives VORN_DATA_ALREADY_CONNECTED for a call that is up,
+ * VORN_QMI_FAILURE or VORN_DATA_NO_EFFECT when the start failed, and then
+ * also posts event 0 with the failure. A profile of type IPv4v6 counts as
+ * connected when either family came up.
+ *
+ * Starts and stops of all profiles take turns (they share one wait for the
+ * modem's report, 2 s). A report reaches the library only after the event
+ * thread has taken the one before it, so wait for a call's event 0 before
+ * stopping it: a stop right behind a start can miss its report and give -1.
+ */
+VORNPAL_API int vorn_data_pal_connect(int cid);
+/* Writes the profile first (vorn_data_pal_write_connect_setting). */
+VORNPAL_API int vorn_data_pal_connect_with_apn(int cid, const data_profile_settings *settings);
+/* Connects on the thread "async_connect"; the outcome is event 2 (up, with
+ * an address) or 3. -1 for a bad profile or a network that is not
+ * registered. A call while one runs only changes the profile it serves. */
+VORNPAL_API int vorn_data_pal_async_connect(int cid);
+VORNPAL_API int vorn_data_pal_disconnect(int cid);
+/* Disconnects on the thread "async_disconnect"; event 4 or 5. */
+VORNPAL_API int vorn_data_pal_async_disconnect(int cid);
+/* Marks the profile as kept on the modem. */
+VORNPAL_API int vorn_data_pal_activate_context(int cid);
+/* Fixed results: 0. */
+VORNPAL_API int vorn_data_pal_data_call_cid_get(void);
+VORNPAL_API int vorn_data_pal_data_call_get(void);
+
+/* ---- profiles ----------------------------------------------------------------------- */
+
+VORNPAL_API int vorn_data_pal_write_connect_setting(int cid, const data_profile_settings *settings);
+VORNPAL_API int vorn_data_pal_read_connect_setting(int cid, data_profile_settings *settings);
+/* -1 while a call of the profile is up. */
+VORNPAL_API int vorn_data_pal_delete_profile(int cid);
+/* -1 when the modem holds more than 42 profiles. */
+VORNPAL_API int vorn_data_pal_get_profile_list(data_profile_list *list);
+/* 1 when the modem holds the profile, else 0. */
+VORNPAL_API int vorn_data_pal_is_profile_defined(int cid);
+/* Fills pdp_type (IPv4 0, IPv6 1, IPv4v6 2) and the APN only. */
+VORNPAL_API int vorn_data_pal_get_attach_params(data_profile_settings *settings);
+VORNPAL_API int vorn_data_pal_set_attach_params(const data_profile_settings *settings);
+/* Fixed result: does nothing. */
+VORNPAL_API void vorn_data_pal_check_ia_apn_profile(void);
+/* Ties the profile to the interface "rmnet_data<N>" from its next call on,
+ * taking N from any profile that had it. */
+VORNPAL_API int vorn_data_MapProfileOnNetworkInterface(int cid, const char *name);
+/* Unties the first profile tied to link number `link`. */
+VORNPAL_API void vorn_data_ClearProfileNetIntf(uint8_t link);
+
+/* ---- run-time settings ------------------------------------------------------------------ */
+
+/* Fills what `mask` (VORN_DATA_INFO_*) asks for the family ip_family (0 IPv4,
+ * 1 IPv6). -1 when the address is asked and the call has none. An IPv6
+ * address that is link-local is replaced by the interface's global one. */
+VORNPAL_API int vorn_data_pal_get_runtime_connect_info(int cid, uint32_t mask, int ip_family,
+                                                       connect_info *info);
+/* Copies "rmnet_data" into text (size bytes). */
+VORNPAL_API int vorn_data_pal_get_interface_prefix(char *text, size_t size);
+/* Keep the kernel from taking a default route or an MTU from router
+ * advertisements on the interface. */
+VORNPAL_API void vorn_set_ipv6_default_route(const char *name);
+VORNPAL_API void vorn_set_ipv6_default_mtu(const char *name);
+
+VORNPAL_END_DECLS
+
+#endif
