@@ -371,16 +371,19 @@ int disconnect(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"data profile list", "", "the modem's profiles", profile_list},
-    {"data profile get", "PROFILE", "one profile's settings", profile_get},
+    {"data profile list", "", "the modem's profiles", profile_list, "data profile list"},
+    {"data profile get", "PROFILE", "one profile's settings", profile_get, "data profile get 1"},
     {"data profile set", "PROFILE APN [--type T] [--auth A] [--user U] [--password P] [--clat on|off]",
-     "write a profile (type ipv4|ipv6|ipv4v6|ppp, auth none|pap|chap|both)", profile_set},
-    {"data profile delete", "PROFILE", "delete a profile", profile_delete},
+     "write a profile (type ipv4|ipv6|ipv4v6|ppp, auth none|pap|chap|both)", profile_set,
+     "data profile set 2 internet.example --type ipv4v6 --auth chap --user web --password web"},
+    {"data profile delete", "PROFILE", "delete a profile", profile_delete, "data profile delete 2"},
     {"data connect", "PROFILE [--async] [--hold SECONDS]",
-     "bring a call up, show what it has, keep it for SECONDS and end it", connect},
-    {"data disconnect", "PROFILE [--async]", "end a call of this run", disconnect},
-    {"data status", "PROFILE", "which families of the profile's call are up in this run", status},
-    {"data settings", "PROFILE", "interface, addresses, gateway, DNS and MTU of the profile's call", settings},
+     "bring a call up, show what it has, keep it for SECONDS and end it", connect,
+     "data connect 1 --hold 5"},
+    {"data disconnect", "PROFILE [--async]", "end a call of this run", disconnect, "data disconnect 1"},
+    {"data status", "PROFILE", "which families of the profile's call are up in this run", status, "data status 1"},
+    {"data settings", "PROFILE", "interface, addresses, gateway, DNS and MTU of the profile's call", settings,
+     "data settings 1"},
 });
 
 void start_watch(const ctl::Emit &emit) {

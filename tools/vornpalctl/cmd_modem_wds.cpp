@@ -74,13 +74,14 @@ int restore(const ctl::Args &, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"modem wds profiles", "", "the simulated modem's profile store", profiles},
-    {"modem wds sessions", "", "the data sessions of this run", sessions},
+    {"modem wds profiles", "", "the simulated modem's profile store", profiles, "modem wds profiles"},
+    {"modem wds sessions", "", "the data sessions of this run", sessions, "modem wds sessions"},
     {"modem wds fail-start", "REASON [VTYPE VREASON [COUNT]]",
-     "the next starts fail with a call end reason (and a verbose one)", fail_start},
-    {"modem wds mtu", "BYTES", "the MTU of new sessions", mtu},
-    {"modem wds link-local", "on|off", "IPv6 sessions report a link-local address", link_local},
-    {"modem wds restore", "", "the factory profiles", restore},
+     "the next starts fail with a call end reason (and a verbose one)", fail_start,
+     "modem wds fail-start 14 3 33 2"},
+    {"modem wds mtu", "BYTES", "the MTU of new sessions", mtu, "modem wds mtu 1400"},
+    {"modem wds link-local", "on|off", "IPv6 sessions report a link-local address", link_local, "modem wds link-local on"},
+    {"modem wds restore", "", "the factory profiles", restore, "modem wds restore"},
 });
 
 }  // namespace
