@@ -64,7 +64,7 @@ for stage in $stages; do
       run_stage packages -DCMAKE_BUILD_TYPE=Release -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
         -DVORNPAL_PACKAGE_ARMHF_BUILD="$armhf_build" -- -L package ;;
     fuzz)
-      run_stage fuzz -DVORNPAL_FUZZ=ON -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF \
+      run_stage fuzz -DVORNPAL_FUZZ=ON -DVORNPAL_TESTS=OFF -DVORNPAL_BENCH=OFF -DVORNPAL_TOOLS=OFF \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -- -L fuzz ;;
     *) echo "unknown stage $stage"; failed=$((failed + 1)) ;;
   esac
