@@ -22,40 +22,7 @@ void Collector::callback(int id, void *data, int size, void *user) {
   char name[17] = {};
   prctl(PR_GET_NAME, name, 0, 0, 0);
   event.thread = name;
-  Collector &self = instance();
-  std::function<void(const Event &)> hook;
-  {
-    std::lock_guard<std::mutex> lock(self.mutex_);
-    self.events_.push_back(event);
-    hook = self.hook_;
-  }
-  if (hook) hook(event);
-}
-
-void Collector::clear() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  events_.clear();
-}
-
-std::vector<Event> Collector::events() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return events_;
-}
-
-std::vector<Event> Collector::of(int id) {
-  std::vector<Event> out;
-  for (Event &event : events())
-    if (event.id == id) out.push_back(std::move(event));
-  return out;
-}
-
-bool Collector::wait_for(int id, size_t n, int ms) {
-  return vt::eventually([&] { return of(id).size() >= n; }, ms);
-}
-
-void Collector::set_hook(std::function<void(const Event &)> hook) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  hook_ = std::move(hook);
+  instance().add(std::move(event));
 }
 
 namespace {

@@ -18,6 +18,7 @@
 #include <vornsim/wds.h>
 
 #include "data/messages.h"
+#include "event_log.h"
 #include "vornpal_test.h"
 
 namespace datat {
@@ -45,21 +46,13 @@ struct Event {
 };
 
 // Everything the family's callbacks received, in order.
-class Collector {
+// The family's events; a hook runs inside the callback, on the thread that
+// delivers.
+class Collector : public vt::EventLog<Event> {
  public:
   static Collector &instance();
   static void callback(int id, void *data, int size, void *user);
-  void clear();
-  std::vector<Event> events();
-  std::vector<Event> of(int id);
-  // Waits (real time) until `n` events of `id` arrived.
-  bool wait_for(int id, size_t n = 1, int ms = 10000);
-  void set_hook(std::function<void(const Event &)> hook);
-
- private:
-  std::mutex mutex_;
-  std::vector<Event> events_;
-  std::function<void(const Event &)> hook_;
+  bool wait_for(int id, size_t n = 1, int ms = 10000) { return EventLog::wait_for(id, n, ms); }
 };
 
 class DataTest : public ::testing::Test {

@@ -60,8 +60,8 @@ TEST_F(NetworkEvents, CallbackQueryingTheFamilyBlocksNeitherItselfNorTheModem) {
   start_family();
   std::atomic<bool> inside{false}, release{false};
   std::atomic<int> query_result{-99};
-  events().set_hook([&](uint32_t id) {
-    if (id != VORN_NETWORK_EVENT_NET_INFO || inside.exchange(true)) return;
+  events().set_hook([&](const Event &event) {
+    if (event.id != VORN_NETWORK_EVENT_NET_INFO || inside.exchange(true)) return;
     vorn_network_info info{};
     info.sys_info.valid = 1;
     query_result = vorn_network_pal_get_network_info(0, &info);

@@ -19,40 +19,7 @@ void Collector::callback(uint32_t id, void *payload, uint32_t length, uint32_t u
   char name[17] = {};
   prctl(PR_GET_NAME, name, 0, 0, 0);
   event.thread = name;
-  Collector &self = instance();
-  std::function<void(uint32_t)> hook;
-  {
-    std::lock_guard<std::mutex> lock(self.mutex_);
-    self.events_.push_back(std::move(event));
-    hook = self.hook_;
-  }
-  if (hook) hook(id);
-}
-
-void Collector::clear() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  events_.clear();
-}
-
-std::vector<Event> Collector::events() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return events_;
-}
-
-std::vector<Event> Collector::of(uint32_t id) {
-  std::vector<Event> out;
-  for (Event &event : events())
-    if (event.id == id) out.push_back(std::move(event));
-  return out;
-}
-
-bool Collector::wait_for(uint32_t id, size_t n, int ms) {
-  return vt::eventually([&] { return of(id).size() >= n; }, ms);
-}
-
-void Collector::set_hook(std::function<void(uint32_t)> hook) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  hook_ = std::move(hook);
+  instance().add(std::move(event));
 }
 
 void NetworkTest::settle() {

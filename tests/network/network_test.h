@@ -23,6 +23,7 @@
 #include <vornsim/nas.h>
 
 #include "network/messages.h"
+#include "event_log.h"
 #include "vornpal_test.h"
 
 namespace nett {
@@ -46,22 +47,14 @@ struct Event {
 };
 
 // Everything the family's callbacks received, in order.
-class Collector {
+// The family's events; a hook runs inside the callback, on the thread that
+// delivers.
+class Collector : public vt::EventLog<Event> {
  public:
   static Collector &instance();
-  void clear();
-  std::vector<Event> events();
-  std::vector<Event> of(uint32_t id);
-  // Waits (real time) until `n` events of `id` arrived.
-  bool wait_for(uint32_t id, size_t n = 1, int ms = 5000);
-  // Runs `hook` inside the callback, on the thread that delivers.
-  void set_hook(std::function<void(uint32_t id)> hook);
 
  private:
   static void callback(uint32_t id, void *payload, uint32_t length, uint32_t user);
-  std::mutex mutex_;
-  std::vector<Event> events_;
-  std::function<void(uint32_t)> hook_;
 };
 
 class NetworkTest : public ::testing::Test {
