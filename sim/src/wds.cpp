@@ -108,6 +108,14 @@ Bytes stored(const StoredProfile &p) {
   return Bytes(bytes, bytes + sizeof p);
 }
 
+// An optional field of a request into the stored profile, when present.
+template <class From, class To>
+void take_optional(uint8_t present, const From &value, uint8_t &stored_valid, To &stored) {
+  if (!present) return;
+  stored_valid = 1;
+  stored = static_cast<To>(value);
+}
+
 StoredProfile profile_of(const Bytes &bytes) {
   StoredProfile p{};
   std::memcpy(&p, bytes.data(), std::min(bytes.size(), sizeof p));
@@ -375,30 +383,12 @@ void modify(State &s, const wds_modify_profile_settings_req_msg_v01 &req,
   if (req.username_valid) put_text(p.username, field_text(req.username));
   if (req.password_valid) put_text(p.password, field_text(req.password));
   if (req.authentication_preference_valid) p.auth = req.authentication_preference;
-  if (req.ipv4_address_preference_valid) {
-    p.ipv4_pref_valid = 1;
-    p.ipv4_pref = req.ipv4_address_preference;
-  }
-  if (req.pdp_data_compression_type_valid) {
-    p.data_comp_valid = 1;
-    p.data_comp = req.pdp_data_compression_type;
-  }
-  if (req.pdp_hdr_compression_type_valid) {
-    p.hdr_comp_valid = 1;
-    p.hdr_comp = req.pdp_hdr_compression_type;
-  }
-  if (req.im_cn_flag_valid) {
-    p.im_cn_valid = 1;
-    p.im_cn = req.im_cn_flag;
-  }
-  if (req.apn_disabled_flag_valid) {
-    p.apn_disabled_valid = 1;
-    p.apn_disabled = req.apn_disabled_flag;
-  }
-  if (req.clat_enabled_valid) {
-    p.clat_valid = 1;
-    p.clat = req.clat_enabled;
-  }
+  take_optional(req.ipv4_address_preference_valid, req.ipv4_address_preference, p.ipv4_pref_valid, p.ipv4_pref);
+  take_optional(req.pdp_data_compression_type_valid, req.pdp_data_compression_type, p.data_comp_valid, p.data_comp);
+  take_optional(req.pdp_hdr_compression_type_valid, req.pdp_hdr_compression_type, p.hdr_comp_valid, p.hdr_comp);
+  take_optional(req.im_cn_flag_valid, req.im_cn_flag, p.im_cn_valid, p.im_cn);
+  take_optional(req.apn_disabled_flag_valid, req.apn_disabled_flag, p.apn_disabled_valid, p.apn_disabled);
+  take_optional(req.clat_enabled_valid, req.clat_enabled, p.clat_valid, p.clat);
   if (req.persistent_valid) p.persistent = req.persistent;
   s.profiles[index] = stored(p);
 }

@@ -131,6 +131,14 @@ std::mutex &context_mutex() {
   return mutex;
 }
 
+void clear_call(profile_ctx *ctx, int ipType) {
+  call_state &call = ctx->call[ipType];
+  call.enable = 0;
+  call.callRef = 0;
+  call.conState = kConDisconnected;
+  std::memset(&ctx->runtime, 0, sizeof ctx->runtime);
+}
+
 std::mutex &session_mutex() {
   static std::mutex mutex;
   return mutex;

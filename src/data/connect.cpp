@@ -170,11 +170,7 @@ int stop_family(profile_ctx *ctx, int cid, int ipType) {
   }
   {
     std::lock_guard<std::mutex> lock(context_mutex());
-    call_state &call = ctx->call[ipType];
-    call.enable = 0;
-    call.callRef = 0;
-    call.conState = kConDisconnected;
-    std::memset(&ctx->runtime, 0, sizeof ctx->runtime);
+    clear_call(ctx, ipType);
   }
   UnmapWdsClient(ctx, ipType);
   // Once for this lookup, once for the session's own reference.

@@ -84,12 +84,9 @@ void wake(std::atomic<bool> &flag) {
 void mark_down(profile_ctx *ctx, int ipType, const wds_pkt_srvc_status_ind_msg_v01 &ind) {
   {
     std::lock_guard<std::mutex> lock(context_mutex());
-    call_state &call = ctx->call[ipType];
-    call.enable = 0;
-    call.callRef = 0;
-    call.conState = kConDisconnected;
-    std::memset(&ctx->runtime, 0, sizeof ctx->runtime);
+    clear_call(ctx, ipType);
     ctx->disconnect_time = vorn_clk_GetRelativeTime();
+    call_state &call = ctx->call[ipType];
     if (ind.call_end_reason_valid) {
       call.failureCode = ind.call_end_reason;
       call.failureType = MapCallEndReason(ind.call_end_reason);

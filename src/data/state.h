@@ -117,6 +117,9 @@ extern std::mutex wds_client_mutex;
 
 std::mutex &context_mutex();
 std::mutex &session_mutex();
+// The call of one IP family is down: its state and the run-time settings
+// cleared. The caller holds context_mutex().
+void clear_call(profile_ctx *ctx, int ipType);
 
 // Null for an index above 42.
 profile_ctx *FindProfileCtx(uint32_t index);
