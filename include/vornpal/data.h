@@ -343,6 +343,59 @@ VORNPAL_API int vorn_data_pal_get_traffic_info_by_profile(int cid, void *info);
 VORNPAL_API int vorn_data_pal_support_odhcpd(void);
 VORNPAL_API int vorn_data_pal_get_modem_state(void);
 
+/* ---- IPA, VLAN and bridge configuration ---------------------------------------------
+ *
+ * The requests go to the IPA driver ("/dev/ipa"); the VLAN links and
+ * bridges they name are made by the caller (ip, brctl). The three
+ * Update*Ioctl functions give 1 for success and 0 for a failure.
+ */
+
+#define VORN_DATA_IPA_NAME_SIZE 32
+#define VORN_DATA_VLAN_ID_MAX 4094
+
+/* mode of ipa_lan_config. */
+enum {
+  VORN_DATA_IPA_MODE_NONE = 3,  /* no LAN mapping; 9 too */
+  VORN_DATA_IPA_MODE_TYPE2 = 4,
+  VORN_DATA_IPA_MODE_TYPE1 = 8,
+  VORN_DATA_IPA_MODE_NONE_ALT = 9
+};
+
+typedef struct {
+  uint32_t enable; /* 0 or 1 */
+  uint32_t value;  /* passed to the driver */
+  uint16_t vlan_id;
+  uint32_t mode;   /* VORN_DATA_IPA_MODE_*; other values keep the driver's type */
+  char dev_name[VORN_DATA_IPA_NAME_SIZE];
+  uint8_t mac_addr[6]; /* a first byte of 0: none */
+  uint8_t flag_a;      /* inverted into the request */
+  uint8_t flag_b;
+} ipa_lan_config;
+
+/* 0, or -1 for null, a device that cannot be opened or refuses. */
+VORNPAL_API int vorn_data_pal_set_ipa_cfg(const ipa_lan_config *lan_obj);
+/* "/etc/data/ipa_config.txt": "vlan: ecm rndis eth", or empty. */
+VORNPAL_API void vorn_data_pal_SetIPACfgFile(void);
+VORNPAL_API void vorn_data_pal_ClearIPACfgFile(void);
+/* address and mask in network order; add 1 adds, 0 removes. */
+VORNPAL_API int vorn_data_pal_UpdateIPAWithBridgeVLANIOCTL(const char *bridge, uint16_t vlan_id,
+                                                           uint32_t address, uint32_t mask,
+                                                           uint8_t add);
+/* The VLAN interface "<iface>.<vlan_id>". */
+VORNPAL_API int vorn_data_pal_UpdateIPAWithVlanIOCTL(const char *iface, uint16_t vlan_id, int add);
+/* The VLAN's priority on the Ethernet controller behind "eth0"; a busy
+ * controller is tried again after 3 s, up to 3 times. */
+VORNPAL_API int vorn_data_pal_UpdateNeutrinoWithVlanIoctl(uint16_t vlan_id, uint32_t priority);
+
+/* NV-backed settings. 0, or 3 for an MTU of 0x10000 or more or a failed
+ * NV access. */
+VORNPAL_API int vorn_data_pal_set_mtu_cfg(uint32_t mtu);
+/* 0 when the item holds the value already, else the NV write's result. */
+VORNPAL_API int vorn_data_pal_set_roamcfg(int enable);
+VORNPAL_API int vorn_data_pal_set_dataconnen(int enable);
+/* The NV read's result; enable gets 1 or 0. */
+VORNPAL_API int vorn_data_pal_get_dataconnen(int *enable);
+
 VORNPAL_END_DECLS
 
 #endif
