@@ -27,6 +27,7 @@ constexpr uint32_t kTech3gpp = 1;
 struct State {
   // By family (4, 6).
   std::map<uint32_t, uint64_t> tx_bytes, rx_bytes, tx_packets, rx_packets;
+  std::map<uint32_t, uint64_t> queued_tx, queued_rx;  // by family, for the next session
   std::map<std::string, Bytes> msisdn;  // by APN, as the answer carries it
   uint32_t next_pdu_id = 1;
   uint32_t last_rat_value = 0;  // the bearer of the last call; 0 none yet
@@ -38,6 +39,8 @@ struct State {
     visit("rx_bytes", rx_bytes);
     visit("tx_packets", tx_packets);
     visit("rx_packets", rx_packets);
+    visit("queued_tx", queued_tx);
+    visit("queued_rx", queued_rx);
     visit("msisdn", msisdn);
     visit("next_pdu_id", next_pdu_id);
     visit("last_rat_value", last_rat_value);
@@ -93,6 +96,22 @@ wds::Traffic counters_of(State &s, int family) {
           static_cast<uint32_t>(s.rx_packets[f])};
 }
 
+void count_traffic(State &s, int family, uint64_t tx, uint64_t rx) {
+  const auto f = static_cast<uint32_t>(family);
+  s.tx_bytes[f] += tx;
+  s.rx_bytes[f] += rx;
+  s.tx_packets[f] += (tx + kPacketBytes - 1) / kPacketBytes;
+  s.rx_packets[f] += (rx + kPacketBytes - 1) / kPacketBytes;
+}
+
+// Queued bytes flow once a session of their family is up.
+void flow_queued(State &s, int family, bool in_session) {
+  const auto f = static_cast<uint32_t>(family);
+  if (!in_session || (s.queued_tx[f] == 0 && s.queued_rx[f] == 0)) return;
+  count_traffic(s, family, s.queued_tx[f], s.queued_rx[f]);
+  s.queued_tx[f] = s.queued_rx[f] = 0;
+}
+
 void fill_statistics(State &s, int family, wds_get_pkt_statistics_resp_msg_v01 &resp,
                      uint32_t mask) {
   const wds::Traffic c = counters_of(s, family);
@@ -137,8 +156,12 @@ void install(ServiceModule<State> &m) {
   on(Svc::WDS, data::GetPktStatistics::id, [](const Request &req, void *resp_buf, size_t len) {
     const auto request = req.as<wds_get_pkt_statistics_req_msg_v01>();
     const int family = wds::client_ip_family(req.client);
+    const bool in_session = family != 0 && wds::family_has_session(family);
     wds_get_pkt_statistics_resp_msg_v01 resp{};
-    module.with_state([&](State &s) { fill_statistics(s, family, resp, request.stats_mask); });
+    module.with_state([&](State &s) {
+      flow_queued(s, family, in_session);
+      fill_statistics(s, family, resp, request.stats_mask);
+    });
     std::memcpy(resp_buf, &resp, std::min(len, sizeof resp));
     return 0;
   });
@@ -163,14 +186,15 @@ namespace wds {
 
 bool push_traffic(int family, uint64_t tx_bytes, uint64_t rx_bytes) {
   if (!family_has_session(family)) return false;
-  module.with_state([&](State &s) {
-    const auto f = static_cast<uint32_t>(family);
-    s.tx_bytes[f] += tx_bytes;
-    s.rx_bytes[f] += rx_bytes;
-    s.tx_packets[f] += (tx_bytes + kPacketBytes - 1) / kPacketBytes;
-    s.rx_packets[f] += (rx_bytes + kPacketBytes - 1) / kPacketBytes;
-  });
+  module.with_state([&](State &s) { count_traffic(s, family, tx_bytes, rx_bytes); });
   return true;
+}
+
+void queue_traffic(int family, uint64_t tx_bytes, uint64_t rx_bytes) {
+  module.with_state([&](State &s) {
+    s.queued_tx[static_cast<uint32_t>(family)] += tx_bytes;
+    s.queued_rx[static_cast<uint32_t>(family)] += rx_bytes;
+  });
 }
 
 Traffic traffic(int family) {
@@ -183,6 +207,8 @@ void reset_traffic() {
     s.rx_bytes.clear();
     s.tx_packets.clear();
     s.rx_packets.clear();
+    s.queued_tx.clear();
+    s.queued_rx.clear();
   });
 }
 

@@ -21,6 +21,10 @@ struct Traffic {
 // to 1500 bytes. False (nothing counted) when no session of that family is
 // up: the modem counts only what a call carries.
 bool push_traffic(int family, uint64_t tx_bytes, uint64_t rx_bytes);
+// Bytes the next session of the family carries: counted once a session of
+// the family is up when the counters are read (a run of vornpalctl queues
+// them for the call of a later run).
+void queue_traffic(int family, uint64_t tx_bytes, uint64_t rx_bytes);
 // The counters of a family as the modem reports them.
 Traffic traffic(int family);
 // Both families back to zero.
