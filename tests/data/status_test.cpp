@@ -197,6 +197,7 @@ TEST_F(Status, PduSessionIdAndMsisdn) {
 TEST_F(Status, EachQueryFailingInTurn) {
   uint8_t id = 0;
   char text[512];
+  uint64_t tx = 0, rx = 0;
   vt::FailureFamily family;
   family.fresh = [] {
     vorn_data_pal_deinit();
@@ -205,7 +206,11 @@ TEST_F(Status, EachQueryFailingInTurn) {
     ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
     ASSERT_EQ(vorn_data_pal_init(), 0);
   };
+  // A failed IPv6 read of the counters leaves the IPv4 numbers.
+  const vt::MessageResult kSecondReadFails{kWds, QMI_WDS_GET_PKT_STATISTICS_REQ_V01, 0, 0, 1};
   const vt::FailureCase cases[] = {
+      {"vorn_data_pal_oper_statistics", [&] { return vorn_data_pal_oper_statistics(0, 0, &tx, &rx); },
+       VORN_FAILURE, VORN_FAILURE, true, {kSecondReadFails}},
       {"vorn_data_pal_get_pdu_connection_session_id",
        [&] { return vorn_data_pal_get_pdu_connection_session_id(&id); }, VORN_FAILURE, VORN_FAILURE},
       {"vorn_data_pal_get_msisdn", [&] { return vorn_data_pal_get_msisdn(text); }, VORN_FAILURE,
