@@ -301,6 +301,8 @@ TEST_F(Ipa, DefaultRouteRepairedOnIpaFailure) {
   auto sessions = vornsim::wds::sessions();
   ASSERT_FALSE(sessions.empty());
   const std::string gateway = sessions[0].gateway;
+  // The network manager puts the route on behind the address.
+  ASSERT_TRUE(vt::eventually([&] { return ip_json("route show default").find(gateway) != std::string::npos; }));
   ASSERT_EQ(vt::sh("ip route del default dev rmnet_data0"), 0);
   ASSERT_EQ(ip_json("route show default").find(gateway), std::string::npos);
 

@@ -69,7 +69,6 @@ TEST_F(Status, StateAndDurationOfACall) {
   free(list);
 
   // A running call is measured to now.
-  EXPECT_LE(status_duration(1), 1u);
   ASSERT_TRUE(vt::eventually([] { return status_duration(1) >= 1; }, 10000));
 
   // An ended call keeps its duration.
