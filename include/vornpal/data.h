@@ -242,6 +242,160 @@ VORNPAL_API int vorn_data_pal_get_interface_prefix(char *text, size_t size);
 VORNPAL_API void vorn_set_ipv6_default_route(const char *name);
 VORNPAL_API void vorn_set_ipv6_default_mtu(const char *name);
 
+/* ---- statistics and status -------------------------------------------------------
+ *
+ * Event 1 (VORN_DATA_EVENT_STATISTICS) carries vorn_data_statistics: the
+ * modem's counters of both families, sent by the thread "stats_cb" every
+ * 10 s while they change, from vorn_data_pal_oper_statistics(1, ...) until
+ * vorn_data_pal_oper_statistics(2, ...).
+ */
+
+/* oper_type of the statistics calls. */
+enum {
+  VORN_DATA_STATS_READ = 0,
+  VORN_DATA_STATS_START = 1,
+  VORN_DATA_STATS_STOP = 2
+};
+
+/* The longest period the statistics calls accept, in seconds. */
+#define VORN_DATA_STATS_PERIOD_MAX 86400
+
+/* Event 1 (16 bytes). */
+typedef struct {
+  uint64_t tx;
+  uint64_t rx;
+} vorn_data_statistics;
+
+/* One EPS bearer of vorn_data_pal_get_eps_bearer_details (7 bytes). */
+#define VORN_DATA_EPS_BEARERS 8
+typedef struct {
+  uint8_t bearer_id; /* 0: the record is empty */
+  uint8_t bearer_type;
+  uint8_t qci;
+  uint8_t ul_ambr;
+  uint8_t dl_ambr;
+  uint8_t ul_gbr;
+  uint8_t dl_gbr;
+} eps_bearer_info;
+
+/* Why a family's last call ended, or its start failed. */
+typedef struct {
+  uint32_t failureType;
+  uint32_t failureCode;
+  uint32_t verboseType;
+  uint32_t verboseCode;
+} data_call_failure;
+
+/* The text of vorn_data_pal_get_error_messages. */
+#define VORN_DATA_ERROR_TEXT_SIZE 256
+/* vorn_data_pal_get_msisdn: the attach APN is empty, or the modem knows no
+ * MSISDN for it. */
+#define VORN_DATA_NO_MSISDN 11
+
+/* Reads (oper_type 0) the counters of the default profile's clients:
+ * pdp_type 0 IPv4, 1 IPv6, 2 both added up. 0, or -1 for a bad argument
+ * (period above VORN_DATA_STATS_PERIOD_MAX, null counters on a read) or a
+ * failed IPv4 read. oper_type 1 starts the report thread, 2 stops it. */
+VORNPAL_API int vorn_data_pal_oper_statistics_by_pdptype(int oper_type, uint32_t period,
+                                                         uint64_t *tx, uint64_t *rx,
+                                                         int pdp_type);
+VORNPAL_API int vorn_data_pal_oper_statistics(int oper_type, uint32_t period, uint64_t *tx,
+                                              uint64_t *rx);
+/* Seconds since the profile's call came up, to its end or to now. */
+VORNPAL_API int vorn_data_pal_get_call_duration(int cid, uint64_t *duration);
+/* ip_type 0 IPv4, 1 IPv6, 2 either: 1 when that call is enabled, else 0. */
+VORNPAL_API int vorn_data_pal_is_connected(int cid, int ip_type);
+/* A heap array (the caller frees it) of one record per connected profile,
+ * data_state 2 and ip_call_type 0 IPv4, 1 IPv6, 2 both. */
+VORNPAL_API int vorn_data_pal_get_active_status(data_status_event **list, int *count);
+/* ip_version 0 IPv4, 1 IPv6. */
+VORNPAL_API void vorn_data_pal_get_connection_failure_reason(int cid, int ip_version,
+                                                             data_call_failure *failure);
+/* The service-option mask of the current (or else the last) data bearer. */
+VORNPAL_API int vorn_data_pal_get_data_bearer_technology_ex(uint64_t *so_mask);
+/* Fills VORN_DATA_EPS_BEARERS records; count gets the used ones. */
+VORNPAL_API int vorn_data_pal_get_eps_bearer_details(eps_bearer_info *info, int *count);
+/* "DATA_ERROR_CODE:" and the verbose end reasons of every profile, in
+ * VORN_DATA_ERROR_TEXT_SIZE bytes. */
+VORNPAL_API int vorn_data_pal_get_error_messages(char *text);
+VORNPAL_API int vorn_data_pal_get_pdu_connection_session_id(uint8_t *id);
+/* The MSISDN the network gave the attach APN, as digits (at least 511
+ * bytes). 0, -1, VORN_DATA_NO_MSISDN, or the code of the failed step. */
+VORNPAL_API int vorn_data_pal_get_msisdn(char *text);
+/* Writes the 12 bytes of config as the private DNS setting. */
+VORNPAL_API int vorn_data_pal_set_prdnscfg(const uint8_t *config);
+
+/* Fixed results: -1 for the loopback pair, 1 for the modem state, 0 for the
+ * others; no argument is read or written. */
+VORNPAL_API int vorn_data_pal_set_data_loopback(int mode);
+VORNPAL_API int vorn_data_pal_get_data_loopback(int *mode);
+VORNPAL_API int vorn_data_pal_get_pdu_detail_info(int cid, void *info);
+VORNPAL_API int vorn_data_pal_set_ippass_mode(int mode);
+VORNPAL_API int vorn_data_pal_get_ippass_mode(int *mode);
+VORNPAL_API int vorn_data_pal_set_odhcpd_relay(int enable);
+VORNPAL_API int vorn_data_pal_set_odhcpd_server(int enable);
+VORNPAL_API int vorn_data_pal_add_v6_brlan_prefix(const char *prefix);
+VORNPAL_API int vorn_data_pal_del_v6_brlan_prefix(const char *prefix);
+VORNPAL_API int vorn_data_pal_restart_rdnis(void);
+VORNPAL_API int vorn_data_pal_update_odhcpd_setting(void);
+VORNPAL_API int vorn_data_pal_oper_traffic_info(int oper_type, void *info);
+VORNPAL_API int vorn_data_pal_get_traffic_info_by_profile(int cid, void *info);
+VORNPAL_API int vorn_data_pal_support_odhcpd(void);
+VORNPAL_API int vorn_data_pal_get_modem_state(void);
+
+/* ---- IPA, VLAN and bridge configuration ---------------------------------------------
+ *
+ * The requests go to the IPA driver ("/dev/ipa"); the VLAN links and
+ * bridges they name are made by the caller (ip, brctl). The three
+ * Update*Ioctl functions give 1 for success and 0 for a failure.
+ */
+
+#define VORN_DATA_IPA_NAME_SIZE 32
+#define VORN_DATA_VLAN_ID_MAX 4094
+
+/* mode of ipa_lan_config. */
+enum {
+  VORN_DATA_IPA_MODE_NONE = 3,  /* no LAN mapping; 9 too */
+  VORN_DATA_IPA_MODE_TYPE2 = 4,
+  VORN_DATA_IPA_MODE_TYPE1 = 8,
+  VORN_DATA_IPA_MODE_NONE_ALT = 9
+};
+
+typedef struct {
+  uint32_t enable; /* 0 or 1 */
+  uint32_t value;  /* passed to the driver */
+  uint16_t vlan_id;
+  uint32_t mode;   /* VORN_DATA_IPA_MODE_*; other values keep the driver's type */
+  char dev_name[VORN_DATA_IPA_NAME_SIZE];
+  uint8_t mac_addr[6]; /* a first byte of 0: none */
+  uint8_t flag_a;      /* inverted into the request */
+  uint8_t flag_b;
+} ipa_lan_config;
+
+/* 0, or -1 for null, a device that cannot be opened or refuses. */
+VORNPAL_API int vorn_data_pal_set_ipa_cfg(const ipa_lan_config *lan_obj);
+/* "/etc/data/ipa_config.txt": "vlan: ecm rndis eth", or empty. */
+VORNPAL_API void vorn_data_pal_SetIPACfgFile(void);
+VORNPAL_API void vorn_data_pal_ClearIPACfgFile(void);
+/* address and mask in network order; add 1 adds, 0 removes. */
+VORNPAL_API int vorn_data_pal_UpdateIPAWithBridgeVLANIOCTL(const char *bridge, uint16_t vlan_id,
+                                                           uint32_t address, uint32_t mask,
+                                                           uint8_t add);
+/* The VLAN interface "<iface>.<vlan_id>". */
+VORNPAL_API int vorn_data_pal_UpdateIPAWithVlanIOCTL(const char *iface, uint16_t vlan_id, int add);
+/* The VLAN's priority on the Ethernet controller behind "eth0"; a busy
+ * controller is tried again after 3 s, up to 3 times. */
+VORNPAL_API int vorn_data_pal_UpdateNeutrinoWithVlanIoctl(uint16_t vlan_id, uint32_t priority);
+
+/* NV-backed settings. 0, or 3 for an MTU of 0x10000 or more or a failed
+ * NV access. */
+VORNPAL_API int vorn_data_pal_set_mtu_cfg(uint32_t mtu);
+/* 0 when the item holds the value already, else the NV write's result. */
+VORNPAL_API int vorn_data_pal_set_roamcfg(int enable);
+VORNPAL_API int vorn_data_pal_set_dataconnen(int enable);
+/* The NV read's result; enable gets 1 or 0. */
+VORNPAL_API int vorn_data_pal_get_dataconnen(int *enable);
+
 VORNPAL_END_DECLS
 
 #endif

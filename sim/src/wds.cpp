@@ -582,3 +582,22 @@ std::vector<std::string> links() { return wds_link::links(); }
 
 }  // namespace wds
 }  // namespace vornsim
+
+namespace vornsim::wds {
+
+int client_ip_family(const void *client) {
+  return module.with_state([client](State &s) {
+    auto it = s.clients.find(client);
+    return it == s.clients.end() ? 0 : static_cast<int>(it->second.family);
+  });
+}
+
+bool family_has_session(int family) {
+  return module.with_state([family](State &s) {
+    forget_gone_clients(s);
+    return std::any_of(s.sessions.begin(), s.sessions.end(),
+                       [family](const auto &entry) { return entry.second.family == family; });
+  });
+}
+
+}  // namespace vornsim::wds

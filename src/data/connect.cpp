@@ -293,6 +293,7 @@ VORNPAL_API int vorn_data_pal_connect(int cid) {
     VORN_LOG(VORN_ERR, "INVALID cid=%d!\n", cid);
     return VORN_FAILURE;
   }
+  data::vorn_data_pal_check_ipa_thread_create();
   return data::connect_ctx(cid);
 }
 
@@ -306,6 +307,7 @@ VORNPAL_API int vorn_data_pal_connect_with_apn(int cid, const data_profile_setti
     VORN_LOG(VORN_ERR, "Write profile failed: %d\n", rc);
     return rc;
   }
+  data::vorn_data_pal_check_ipa_thread_create();
   return data::connect_ctx(cid);
 }
 
@@ -316,6 +318,7 @@ VORNPAL_API int vorn_data_pal_async_connect(int cid) {
     VORN_LOG(VORN_ERR, "INVALID profileindex=%d!\n", cid);
     return VORN_FAILURE;
   }
+  data::vorn_data_pal_check_ipa_thread_create();
   int result = VORN_OK;
   if (!data::network_ready(result)) return VORN_FAILURE;
   int rc = data::start_async(data::connect_slot, data::vorn_async_connect_thread_proc,

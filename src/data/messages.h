@@ -34,6 +34,10 @@ VORN_QMI_MESSAGE(BindMuxDataPort, QMI_WDS_BIND_MUX_DATA_PORT_REQ_V01, wds_bind_m
 VORN_QMI_MESSAGE(SetAttachProfileInfo, QMI_WDS_SET_ATTACH_PROFILE_INFO_REQ_V01, wds_set_attach_profile_info_req_msg_v01, wds_set_attach_profile_info_resp_msg_v01, 1232, 16, 10000, Check);
 
 VORN_QMI_INDICATION(PktSrvcStatusInd, QMI_WDS_PKT_SRVC_STATUS_IND_V01, wds_pkt_srvc_status_ind_msg_v01, 444, "QMI_WDS_PKT_SRVC_STATUS_IND_V01");
+VORN_QMI_MESSAGE(GetPktStatistics, QMI_WDS_GET_PKT_STATISTICS_REQ_V01, wds_get_pkt_statistics_req_msg_v01, wds_get_pkt_statistics_resp_msg_v01, 4, 136, 10000, Check);
+VORN_QMI_MESSAGE(GetBearerTechEx, QMI_WDS_GET_DATA_BEARER_TECHNOLOGY_EX_REQ_V01, wds_get_data_bearer_technology_ex_req_msg_v01, wds_get_data_bearer_technology_ex_resp_msg_v01, 1, 56, 5000, TransportAndResult);
+VORN_QMI_MESSAGE(AllocatePduSessionId, QMI_WDS_ALLOCATE_PDU_SESSION_ID_REQ_V01, wds_allocate_pdu_session_id_req_msg_v01, wds_allocate_pdu_session_id_resp_msg_v01, 1, 12, 5000, TransportAndResult);
+VORN_QMI_MESSAGE(GetApnMsisdn, QMI_WDS_GET_APN_MSISDN_INFO_REQ_V01, wds_get_apn_msisdn_info_req_msg_v01, wds_get_apn_msisdn_info_resp_msg_v01, 152, 272, 10000, Check);
 // clang-format on
 
 // The fields whose place the service fixes.
@@ -97,5 +101,18 @@ constexpr uint32_t kRuntimeMask = QMI_WDS_MASK_REQ_SETTINGS_OP_RES_PCO_V01 |
                                   QMI_WDS_MASK_REQ_SETTINGS_IP_ADDR_V01 |
                                   QMI_WDS_MASK_REQ_SETTINGS_DNS_ADDR_V01;
 static_assert(kRuntimeMask == 0x80002310u);
+
+// The counters the statistics read.
+constexpr uint32_t kStatsMask = QMI_WDS_MASK_STATS_TX_PACKETS_OK_V01 | QMI_WDS_MASK_STATS_RX_PACKETS_OK_V01 |
+                                QMI_WDS_MASK_STATS_TX_BYTES_OK_V01 | QMI_WDS_MASK_STATS_RX_BYTES_OK_V01 |
+                                QMI_WDS_MASK_STATS_TX_PKTS_DROPPED_V01 |
+                                QMI_WDS_MASK_STATS_RX_PKTS_DROPPED_V01;
+static_assert(kStatsMask == 963);
+static_assert(offsetof(wds_get_pkt_statistics_resp_msg_v01, tx_ok_bytes_count_valid) == 56);
+static_assert(offsetof(wds_get_pkt_statistics_resp_msg_v01, tx_ok_bytes_count) == 64);
+static_assert(offsetof(wds_get_pkt_statistics_resp_msg_v01, rx_ok_bytes_count) == 80);
+static_assert(offsetof(wds_get_data_bearer_technology_ex_resp_msg_v01, bearer_tech) == 16);
+static_assert(offsetof(wds_get_data_bearer_technology_ex_resp_msg_v01, last_bearer_tech) == 40);
+static_assert(offsetof(wds_get_apn_msisdn_info_resp_msg_v01, msisdn) == 16);
 
 }  // namespace vorn::data

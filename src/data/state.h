@@ -221,4 +221,9 @@ void DeleteKernelRoute(const char *name);
 bool InterfaceHasAddress(const char *name);
 void StartRndisThread();
 
+// ---- the IPA (check_ipa.cpp) ------------------------------------------------------------
+
+// Starts the check-IPA thread once for the life of the process.
+void vorn_data_pal_check_ipa_thread_create();
+
 }  // namespace vorn::data

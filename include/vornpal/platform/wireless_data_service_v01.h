@@ -336,6 +336,91 @@ typedef struct {
 } wds_set_attach_profile_info_req_msg_v01;
 typedef wds_profile_resp_msg_v01 wds_set_attach_profile_info_resp_msg_v01;
 
+/* ---- statistics and status ------------------------------------------------ */
+
+#define QMI_WDS_GET_PKT_STATISTICS_REQ_V01 0x0024
+#define QMI_WDS_GET_DATA_BEARER_TECHNOLOGY_EX_REQ_V01 0x0091
+#define QMI_WDS_GET_APN_MSISDN_INFO_REQ_V01 0x00CB
+#define QMI_WDS_ALLOCATE_PDU_SESSION_ID_REQ_V01 0x0106
+
+/* Bits of stats_mask. */
+#define QMI_WDS_MASK_STATS_TX_PACKETS_OK_V01 0x00000001u
+#define QMI_WDS_MASK_STATS_RX_PACKETS_OK_V01 0x00000002u
+#define QMI_WDS_MASK_STATS_TX_BYTES_OK_V01 0x00000040u
+#define QMI_WDS_MASK_STATS_RX_BYTES_OK_V01 0x00000080u
+#define QMI_WDS_MASK_STATS_TX_PKTS_DROPPED_V01 0x00000100u
+#define QMI_WDS_MASK_STATS_RX_PKTS_DROPPED_V01 0x00000200u
+
+typedef struct {
+  uint32_t stats_mask;
+} wds_get_pkt_statistics_req_msg_v01;
+
+typedef struct {
+  qmi_response_type_v01 resp;
+  uint8_t tx_ok_packet_count_valid;
+  uint32_t tx_ok_packet_count;
+  uint8_t rx_ok_packet_count_valid;
+  uint32_t rx_ok_packet_count;
+  uint8_t reserved_16[32];
+  uint8_t tx_ok_bytes_count_valid;
+  uint64_t tx_ok_bytes_count;
+  uint8_t rx_ok_bytes_count_valid;
+  uint64_t rx_ok_bytes_count;
+  uint8_t reserved_88[32];
+  uint8_t tx_dropped_count_valid;
+  uint32_t tx_dropped_count;
+  uint8_t rx_dropped_count_valid;
+  uint32_t rx_dropped_count;
+} wds_get_pkt_statistics_resp_msg_v01;
+
+/* The request has no fields; one byte keeps it addressable. */
+typedef struct {
+  uint8_t reserved;
+} wds_get_data_bearer_technology_ex_req_msg_v01;
+
+typedef struct {
+  uint32_t technology; /* 1 3GPP, 2 3GPP2 */
+  uint32_t rat_value;  /* WDS_BEARER_TECH_RAT_EX_* */
+  uint64_t so_mask;
+} wds_bearer_tech_info_type_v01;
+
+#define WDS_BEARER_TECH_RAT_EX_3GPP_WCDMA_V01 0x01
+#define WDS_BEARER_TECH_RAT_EX_3GPP_GERAN_V01 0x02
+#define WDS_BEARER_TECH_RAT_EX_3GPP_LTE_V01 0x03
+#define WDS_BEARER_TECH_RAT_EX_3GPP_5G_V01 0x0C
+
+typedef struct {
+  qmi_response_type_v01 resp;
+  uint8_t bearer_tech_valid;
+  wds_bearer_tech_info_type_v01 bearer_tech;
+  uint8_t last_bearer_tech_valid;
+  wds_bearer_tech_info_type_v01 last_bearer_tech;
+} wds_get_data_bearer_technology_ex_resp_msg_v01;
+
+typedef struct {
+  uint8_t reserved;
+} wds_allocate_pdu_session_id_req_msg_v01;
+
+typedef struct {
+  qmi_response_type_v01 resp;
+  uint8_t pdu_session_id_valid;
+  uint8_t pdu_session_id;
+} wds_allocate_pdu_session_id_resp_msg_v01;
+
+typedef struct {
+  char apn_name[QMI_WDS_APN_NAME_MAX_V01 + 1];
+  uint8_t reserved_151;
+} wds_get_apn_msisdn_info_req_msg_v01;
+
+#define QMI_WDS_MSISDN_MAX_V01 255
+
+typedef struct {
+  qmi_response_type_v01 resp;
+  uint8_t msisdn_valid;
+  uint32_t msisdn_len;
+  uint8_t msisdn[QMI_WDS_MSISDN_MAX_V01];
+} wds_get_apn_msisdn_info_resp_msg_v01;
+
 qmi_idl_service_object_type wds_get_service_object_internal_v01(int32_t idl_maj_version,
     int32_t idl_min_version, int32_t library_version);
 
