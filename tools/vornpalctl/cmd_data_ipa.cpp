@@ -64,9 +64,11 @@ int bridge_vlan(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"data vlan", "add|del IFACE VLAN", "make or remove the VLAN link IFACE.VLAN and tell the IPA of it", vlan},
+    {"data vlan", "add|del IFACE VLAN", "make or remove the VLAN link IFACE.VLAN and tell the IPA of it", vlan,
+     "data vlan add eth1 100"},
     {"data bridge-vlan", "add|del BRIDGE VLAN ADDRESS MASK",
-     "map a bridge (made with brctl) to a VLAN in the IPA, or remove the mapping", bridge_vlan},
+     "map a bridge (made with brctl) to a VLAN in the IPA, or remove the mapping", bridge_vlan,
+     "data bridge-vlan add br0 100 192.168.100.1 255.255.255.0"},
 });
 
 }  // namespace

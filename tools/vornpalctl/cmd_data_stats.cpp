@@ -144,10 +144,12 @@ int bearer(const ctl::Args &args, ctl::Output &out) {
 
 ctl::Registrar reg({
     {"data stats", "PROFILE [--follow SECONDS]",
-     "bring a call up and read its traffic counters; follow the 10 s reports for SECONDS", stats},
-    {"data duration", "PROFILE [--hold SECONDS]", "bring a call up and tell how long it has been up", duration},
+     "bring a call up and read its traffic counters; follow the 10 s reports for SECONDS", stats,
+     "data stats 1 --follow 30"},
+    {"data duration", "PROFILE [--hold SECONDS]", "bring a call up and tell how long it has been up", duration,
+     "data duration 1 --hold 3"},
     {"data bearer", "PROFILE", "bring a call up and show the bearer's service options and a PDU session id",
-     bearer},
+     bearer, "data bearer 1"},
 });
 
 }  // namespace

@@ -56,9 +56,11 @@ int traffic(const ctl::Args &args, ctl::Output &out) {
 }
 
 ctl::Registrar reg({
-    {"data ipa show", "[--clear]", "the requests the simulated IPA driver received, and what it holds", ipa_show},
+    {"data ipa show", "[--clear]", "the requests the simulated IPA driver received, and what it holds", ipa_show,
+     "data ipa show"},
     {"modem wds traffic", "4|6 TX_BYTES RX_BYTES",
-     "bytes the next call of the family carries (counted once it is up)", traffic},
+     "bytes the next call of the family carries (counted once it is up)", traffic,
+     "modem wds traffic 4 150000 2400000"},
 });
 
 }  // namespace
