@@ -1,8 +1,11 @@
 // The LTE carrier-aggregation report, merged with the secondary cell the
-// modem last indicated, and the band capabilities as plain lists and as the
-// masks of the settings record.
+// modem last indicated, the band capabilities as plain lists and as the
+// masks of the settings record, and the data capabilities of the bearer.
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
+#include <vornpal/data.h>
 #include <vornpal/device.h>
 
 #include "foundation/log_site.h"
@@ -81,6 +84,44 @@ void list_bands(vorn_network_capabilities_info &info) {
   list_nr(caps, list);
 }
 
+// The data capability each service-option bit of the data bearer stands
+// for; a set bit not listed counts as 0.
+struct SoCapability {
+  uint32_t bit;
+  uint32_t value;
+};
+constexpr SoCapability kSoCapabilities[] = {{1, 5},   {2, 3},    {4, 4},   {8, 12},
+                                            {16, 13}, {32, 13}, {512, 9}, {2048, 11}};
+
+int list_data(vorn_network_capabilities_info &info) {
+  uint64_t so_mask = 0;
+  const int ret = vorn_data_pal_get_data_bearer_technology_ex(&so_mask);
+  if (ret != 0) {
+    VORN_LOG(VORN_ERR, "oem_data_pal_get_data_bearer_technology_ex error! ret:%d\n", ret);
+    return -1;
+  }
+  VORN_LOG(VORN_INFO, "SO MASK :%d\n", static_cast<int>(so_mask));
+  info.data_capabilities_len = 0;
+  for (unsigned n = 0; n < 32; ++n) {
+    const uint32_t bit = 1u << n;
+    if ((so_mask & bit) == 0) continue;
+    const SoCapability *row = std::find_if(std::begin(kSoCapabilities), std::end(kSoCapabilities),
+                                           [bit](const SoCapability &c) { return c.bit == bit; });
+    uint32_t value = 0;
+    if (row != std::end(kSoCapabilities)) {
+      value = row->value;
+    } else {
+      VORN_LOG(VORN_ERR, "so_mask is not optional.\n");
+    }
+    if (info.data_capabilities_len < VORN_NETWORK_CAP_DATA_MAX)
+      info.data_capabilities[info.data_capabilities_len++] = value;
+  }
+  info.data_capabilities_valid = info.data_capabilities_len != 0 ? 1 : 0;
+  VORN_LOG(VORN_INFO, "data_capabilities_len:%d,data_capabilities_valid:%d.\n",
+           static_cast<int>(info.data_capabilities_len), static_cast<int>(info.data_capabilities_valid));
+  return 0;
+}
+
 // One secondary cell of the answer; a deconfigured one that is the cell
 // last indicated takes the indicated state.
 void take_scell(const nas_lte_cphy_scell_entry_type_v01 &from, const State::SecondaryCell &cached,
@@ -150,10 +191,7 @@ VORNPAL_API int vorn_network_pal_get_capabilities_info(uint32_t slot, vorn_netwo
     VORN_LOG(VORN_ERR, "Error:Parameter is invalid!!!\n");
     return -1;
   }
-  if (info->band_request == 0) {
-    VORN_LOG(VORN_ERR, "data capabilities: no data bearer in this build\n");
-    return VORN_NOT_SUPPORTED;
-  }
+  if (info->band_request == 0) return net::list_data(*info);
   net::list_bands(*info);
   return 0;
 }

@@ -2,9 +2,12 @@
 // reasons a call failed, the bearer of the serving RAT, the PDU session id
 // and the MSISDN the network gave the attach APN.
 #include <vornpal/m2m.h>
+#include <vornpal/network.h>
 #include <vornpal/system.h>
+#include <vornpal/usim.h>
 #include <vornsim/m2m.h>
 #include <vornsim/nas.h>
+#include <vornsim/uim.h>
 #include <vornsim/wds_stats.h>
 
 #include "data_test.h"
@@ -118,9 +121,13 @@ TEST_F(Status, BearerFollowsTheServingRat) {
   uint64_t mask = 0;
   EXPECT_EQ(vorn_data_pal_get_data_bearer_technology_ex(nullptr), -1);
   EXPECT_TRUE(vt::logged("so_mask is NULL\r\n"));
-  // No call yet: neither a current nor a last bearer.
+  // No call yet: neither a current nor a last bearer, and so no data
+  // capabilities in the network family's report.
   EXPECT_EQ(vorn_data_pal_get_data_bearer_technology_ex(&mask), -1);
   EXPECT_TRUE(vt::logged("bearer_tech invalid!\r\n"));
+  vorn_network_capabilities_info caps{};
+  EXPECT_EQ(vorn_network_pal_get_capabilities_info(0, &caps), -1);
+  EXPECT_TRUE(vt::logged("oem_data_pal_get_data_bearer_technology_ex error! ret:-1\n"));
 
   ASSERT_EQ(vorn_data_pal_connect(1), 0);
   ASSERT_TRUE(wait_call(1, 0, VORN_DATA_STATE_UP));
@@ -138,6 +145,12 @@ TEST_F(Status, BearerFollowsTheServingRat) {
   ASSERT_TRUE(vornsim::nas::move_to("home-wcdma-b1"));
   ASSERT_EQ(vorn_data_pal_get_data_bearer_technology_ex(&mask), 0);
   EXPECT_EQ(mask, vornsim::wds::bearer_so_mask("WCDMA"));
+  // WCDMA, HSDPA and HSUPA are listed; HSPA has no value of its own.
+  ASSERT_EQ(vorn_network_pal_get_capabilities_info(0, &caps), 0);
+  EXPECT_EQ(std::vector<uint32_t>(caps.data_capabilities, caps.data_capabilities + caps.data_capabilities_len),
+            (std::vector<uint32_t>{5, 3, 4, 0}));
+  EXPECT_EQ(caps.data_capabilities_valid, 1);
+  EXPECT_TRUE(vt::logged("so_mask is not optional.\n"));
 
   // After the call, the last bearer answers.
   ASSERT_EQ(vorn_data_pal_disconnect(1), 0);
@@ -178,6 +191,14 @@ TEST_F(Status, PduSessionIdAndMsisdn) {
   vornsim::wds::set_apn_msisdn("internet", "491701234567");
   ASSERT_EQ(vorn_data_pal_get_msisdn(text), 0);
   EXPECT_STREQ(text, "491701234567");
+
+  // AT+CNUM falls back to it when the card has no MSISDN.
+  ASSERT_EQ(vorn_usim_pal_init(), 0);
+  vornsim::uim::remove_file(vornsim::uim::kUsimSlot, 0x6F40);
+  char cnum[64] = {};
+  ASSERT_EQ(oem_usim_pal_cnum_get(cnum), 0);
+  EXPECT_STREQ(cnum, " ,\"491701234567\",129");
+  vorn_usim_pal_deinit();
 
   // No number for the APN.
   vornsim::wds::set_apn_msisdn("internet", "");

@@ -2,6 +2,8 @@
 // against file contents written by hand from the published encodings
 // (swapped BCD, the SPN's alphabets, packed GSM 7-bit, the MNC length of
 // the administrative data), quirks included.
+#include <vornsim/wds_stats.h>
+
 #include "usim_test.h"
 
 namespace {
@@ -241,11 +243,15 @@ TEST_F(UsimFiles, CnumAnswers) {
   ASSERT_EQ(oem_usim_pal_cnum_get(answer), 0);
   EXPECT_STREQ(answer, "\"ABCDEFGHIJKLMN\",\"701915551230042\",80") << "the P as the type, the length and type in the number";
 
+  // Without the card's number, the one the network gave the attach APN.
   card::remove_file(card::kUsimSlot, 0x6F40);
+  ASSERT_EQ(oem_usim_pal_cnum_get(answer), 0);
+  EXPECT_STREQ(answer, " ,\"4915112345678\",129");
+  EXPECT_TRUE(vt::logged("Failed to get MSISDN via SIM, falling back to Network\n"));
+  vornsim::wds::set_apn_msisdn("internet", "");
   std::strcpy(answer, "kept");
   ASSERT_EQ(oem_usim_pal_cnum_get(answer), 0);
   EXPECT_STREQ(answer, "kept");
-  EXPECT_TRUE(vt::logged("Failed to get MSISDN via SIM, falling back to Network\n"));
   EXPECT_TRUE(vt::logged("Failed to get MSISDN from both Network and SIM.\n"));
   EXPECT_EQ(oem_usim_pal_cnum_get(nullptr), -1);
 }
