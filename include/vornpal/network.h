@@ -797,9 +797,9 @@ typedef struct {
   uint32_t band_list[VORN_NETWORK_CAP_BAND_MAX]; /* GSM 900/1800/1900/850, WCDMA 1 to 19, LTE 100 + band, NR 500/5000 + band */
 } vorn_network_capabilities_info;
 
-/* Bands: 0 (empty lists when the modem reported none). The data
- * capabilities come from the data bearer, which this build does not have
- * yet: VORN_NOT_SUPPORTED. -1 for a null record. */
+/* Bands: 0 (empty lists when the modem reported none). Data capabilities:
+ * one value per service option of the current (or else the last) data
+ * bearer, 0; -1 when there is no bearer. -1 for a null record. */
 VORNPAL_API int vorn_network_pal_get_capabilities_info(uint32_t slot, vorn_network_capabilities_info *info);
 /* Fills the UMTS, LTE and NR masks of each class whose valid flag is clear
  * with every band the modem has; the flags stay as they were. 0. */
