@@ -8,9 +8,11 @@ cmake -S "$root" -B "$root/build" -G Ninja
 cmake --build "$root/build"
 ctl="$root/build/tools/vornpalctl"
 export VORNPALCTL_STATE=${VORNPALCTL_STATE:-$root/build/vornpalctl-state}
-# A tour: the modem, the device's identity, an NV item there and back, an SMS.
+# A tour: the modem, the device's identity, a data call up and down, an NV
+# item there and back, an SMS.
 "$ctl" modem status
 "$ctl" device info
+"$ctl" data connect 1 --hold 1
 "$ctl" nv write /nv/item_files/odm/bootstrap --hex 48656C6C6F
 "$ctl" nv read /nv/item_files/odm/bootstrap --hex
 "$ctl" sms encode +4915112345678 "Hello from vornpalctl"
