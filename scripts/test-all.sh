@@ -49,8 +49,10 @@ for stage in $stages; do
       run_stage asan -DCMAKE_BUILD_TYPE=Debug -DVORNPAL_SANITIZE=address,undefined -DVORNPAL_BENCH=OFF \
         -- -LE soak ;;
     tsan)
-      run_stage tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNPAL_SANITIZE=thread -DVORNPAL_BENCH=OFF \
-        -- -LE 'no-tsan|soak' ;;
+      # -O1 with line tables: what TSan needs for its reports, and a third
+      # less compile time than -O2 -g.
+      run_stage tsan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG="-O1 -g1" -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" \
+        -DVORNPAL_SANITIZE=thread -DVORNPAL_BENCH=OFF -- -LE 'no-tsan|soak' ;;
     armhf)
       "$root/scripts/armhf-sysroot.sh" "$out/armhf-sysroot" || { failed=$((failed + 1)); continue; }
       # Optimised as it ships: the packages stage packages this build.

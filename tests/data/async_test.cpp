@@ -2,6 +2,7 @@
 // indications that the family has to sort out.
 #include <atomic>
 #include <cstdio>
+#include <memory>
 #include <set>
 #include <thread>
 
@@ -218,12 +219,16 @@ TEST_F(Async, ReportsWaitForABusyEventThreadWithoutHoldingTheModem) {
   forget();
   // The event thread is held in a callback; the modem reports three times
   // more, and the call is stopped meanwhile.
-  std::mutex gate;
-  gate.lock();
-  Collector::instance().set_hook([&gate](const Event &) {
-    gate.lock();
-    gate.unlock();
-  });
+  // The hold ends when the test does, also on a failed assertion.
+  auto held = std::make_shared<std::atomic<bool>>(true);
+  struct Release {
+    std::shared_ptr<std::atomic<bool>> held;
+    ~Release() {
+      *held = false;
+      Collector::instance().set_hook(nullptr);
+    }
+  } release{held};
+  Collector::instance().set_hook([held](const Event &) { vt::eventually([&] { return !*held; }, 60000); });
   // Reports of the family the call does not have: the event thread's wait
   // for the family's address to go ends at once.
   wds_pkt_srvc_status_ind_msg_v01 ind{};
@@ -239,7 +244,7 @@ TEST_F(Async, ReportsWaitForABusyEventThreadWithoutHoldingTheModem) {
   EXPECT_EQ(vorn_data_pal_disconnect(8), 0);
   EXPECT_FALSE(vt::logged("Semaphore timeout\n"));
   EXPECT_EQ(Collector::instance().of(VORN_DATA_EVENT_CALL_STATUS).size(), 1u);
-  gate.unlock();
+  *held = false;
   // One word, one event, in the modem's order.
   ASSERT_TRUE(Collector::instance().wait_for(VORN_DATA_EVENT_CALL_STATUS, 4));
   settle();
@@ -248,7 +253,6 @@ TEST_F(Async, ReportsWaitForABusyEventThreadWithoutHoldingTheModem) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(all[i].data_state, VORN_DATA_STATE_CHANGING) << i;
   EXPECT_EQ(all[3].data_state, VORN_DATA_STATE_DOWN);
   EXPECT_EQ(all[3].failureCode, 2);  // the client ended it
-  Collector::instance().set_hook(nullptr);
 }
 
 TEST_F(Async, CallbacksComeAndGo) {

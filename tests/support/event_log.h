@@ -3,6 +3,7 @@
 // add(), which also runs the test's hook on the delivering thread.
 #pragma once
 
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -26,8 +27,13 @@ class EventLog {
       std::lock_guard<std::mutex> lock(mutex_);
       events_.push_back(event);
       hook = hook_;
+      if (hook) ++hooks_running_;
     }
-    if (hook) hook(event);
+    if (!hook) return;
+    hook(event);
+    std::lock_guard<std::mutex> lock(mutex_);
+    --hooks_running_;
+    hooks_done_.notify_all();
   }
   void clear() {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -47,15 +53,20 @@ class EventLog {
   bool wait_for(Id id, size_t n = 1, int ms = 5000) {
     return eventually([&] { return of(id).size() >= n; }, ms);
   }
+  // Returns once no earlier hook runs any more: what a hook refers to may
+  // then go away.
   void set_hook(Hook hook) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     hook_ = std::move(hook);
+    hooks_done_.wait(lock, [this] { return hooks_running_ == 0; });
   }
 
  private:
   std::mutex mutex_;
+  std::condition_variable hooks_done_;
   std::vector<Event> events_;
   Hook hook_;
+  int hooks_running_ = 0;
 };
 
 }  // namespace vt
