@@ -1,11 +1,7 @@
 // vornpalctl's traffic, duration, bearer, VLAN and IPA commands against the
 // shared simulated modem: traffic queued by one run is carried by the call
 // of the next, and the driver's requests of one run are shown by another.
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <cstdlib>
-
+#include "ctl_run.h"
 #include "data_test.h"
 
 namespace datat {
@@ -15,10 +11,7 @@ class StatsCtl : public DataTest {
  protected:
   void SetUp() override {
     DataTest::SetUp();
-    const char *dir = std::getenv("VORNPAL_BINARY_DIR");
-    if (dir == nullptr) GTEST_SKIP() << "run through ctest to find vornpalctl";
-    if (vt::emulated()) GTEST_SKIP() << "vornpalctl is a host tool";
-    tool_ = std::string(dir) + "/tools/vornpalctl";
+    VT_NEEDS_TOOLS();
     vt::remove_tree("/vornsim/wds_stats");
     vt::remove_tree("/vornsim/ipa");
   }
@@ -26,18 +19,11 @@ class StatsCtl : public DataTest {
     DataTest::TearDown();
     vt::sh("ip link del rmnet_data0 2>/dev/null; ip link del br-ctl 2>/dev/null");
   }
-  std::string run_ctl(const std::string &args, int *status = nullptr) {
-    std::string output;
-    FILE *pipe = popen((tool_ + " " + args + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return output;
-    char chunk[512];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) output.append(chunk, got);
-    const int rc = pclose(pipe);
-    if (status != nullptr) *status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
-    return output;
+  static std::string run_ctl(const std::string &args, int *status = nullptr) {
+    vt::CtlRun run = vt::ctl(args);
+    if (status != nullptr) *status = run.status;
+    return run.output;
   }
-  std::string tool_;
 };
 
 bool shows(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
