@@ -123,16 +123,19 @@ void queue(std::function<void()> job) {
 void bring_up(const Setup &s) {
   install_ifconfig();
   const std::string dev = name_of(s.link);
+  // One batch, the address before the link goes up: a probe that waits for
+  // the link to be listed as up then finds its address with it. A link
+  // that is there already refuses the add; the batch goes on. Without a
+  // family option ip takes each address's family from the address.
   std::string batch;
-  // A link that is there already refuses the add; the batch goes on.
   batch += "link add " + dev + " type veth peer name " + peer_of(s.link) + "\n";
   batch += "link set " + peer_of(s.link) + " up\n";
-  batch += "link set " + dev + " mtu " + std::to_string(s.mtu) + " up\n";
-  run_batch(0, batch);
-  batch = "addr add " + s.address + " dev " + dev + (s.family == 6 ? " nodad\n" : "\n");
+  batch += "link set " + dev + " mtu " + std::to_string(s.mtu) + "\n";
+  batch += "addr add " + s.address + " dev " + dev + (s.family == 6 ? " nodad\n" : "\n");
+  batch += "link set " + dev + " up\n";
   batch += "route replace default via " + s.gateway + " dev " + dev + " metric " +
            std::to_string(100 + s.link) + "\n";
-  run_batch(s.family, batch);
+  run_batch(0, batch);
   {
     Manager &m = manager();
     std::lock_guard<std::mutex> lock(m.mutex);
