@@ -9,21 +9,50 @@
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${VORNPAL_TEST_DIR:-$root/build-test}
-stages=${VORNPAL_STAGES:-"asan tsan armhf packages fuzz"}
+stages=${VORNPAL_STAGES:-"asan tsan armhf fuzz packages"}
 jobs=$(nproc)
 passed=0
 failed=0
 mkdir -p "$out"
 
-# Builds with cmake arguments "$@" in $out/$1 and runs ctest with the
-# remaining ctest arguments after "--".
+# A stage's tests mostly wait (on the simulated modem, on the test clock),
+# so they run in the background while the next stage builds; one stage's
+# tests at a time, reported in stage order.
+testing_pid=""
+testing_name=""
+
+# Counts the results of the stage whose ctest log is $1.ctest.log.
+tally() {
+  local log=$1.ctest.log line total fails
+  grep -q 'No tests were found' "$log" && return
+  line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -1)
+  if [ -z "$line" ]; then failed=$((failed + 1)); return; fi
+  total=$(echo "$line" | sed -E 's/.*out of ([0-9]+).*/\1/')
+  fails=$(echo "$line" | sed -E 's/.* ([0-9]+) tests failed.*/\1/')
+  passed=$((passed + total - fails))
+  failed=$((failed + fails))
+}
+
+# Waits for the tests running in the background and reports them.
+finish_tests() {
+  [ -n "$testing_pid" ] || return 0
+  wait "$testing_pid"
+  echo "=== $testing_name: tests"
+  cat "$out/$testing_name.ctest.log"
+  tally "$out/$testing_name"
+  testing_pid=""
+}
+
+# Builds with cmake arguments "$@" in $out/$1, then starts ctest with the
+# remaining ctest arguments after "--" once the previous stage's tests are
+# done.
 run_stage() {
   local name=$1; shift
   local cmake_args=() ctest_args=()
   while [ $# -gt 0 ] && [ "$1" != "--" ]; do cmake_args+=("$1"); shift; done
   [ $# -gt 0 ] && shift
   ctest_args=("$@")
-  echo "=== $name"
+  echo "=== $name: build"
   local dir="$out/$name"
   if ! cmake -S "$root" -B "$dir" -G Ninja "${cmake_args[@]}" >"$dir.configure.log" 2>&1; then
     cat "$dir.configure.log"; failed=$((failed + 1)); return
@@ -31,16 +60,10 @@ run_stage() {
   if ! cmake --build "$dir" -j "$jobs" >"$dir.build.log" 2>&1; then
     grep -E 'error|Error' "$dir.build.log" | head -40; failed=$((failed + 1)); return
   fi
-  ctest --test-dir "$dir" -j "$jobs" --output-on-failure "${ctest_args[@]}" 2>&1 | tee "$dir.ctest.log"
-  local line
-  grep -q 'No tests were found' "$dir.ctest.log" && return
-  line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$dir.ctest.log" | tail -1)
-  if [ -z "$line" ]; then failed=$((failed + 1)); return; fi
-  local total fails
-  total=$(echo "$line" | sed -E 's/.*out of ([0-9]+).*/\1/')
-  fails=$(echo "$line" | sed -E 's/.* ([0-9]+) tests failed.*/\1/')
-  passed=$((passed + total - fails))
-  failed=$((failed + fails))
+  finish_tests
+  ctest --test-dir "$dir" -j "$jobs" --output-on-failure "${ctest_args[@]}" >"$dir.ctest.log" 2>&1 &
+  testing_pid=$!
+  testing_name=$name
 }
 
 for stage in $stages; do
@@ -72,5 +95,6 @@ for stage in $stages; do
   esac
 done
 
+finish_tests
 echo "vornpal: $passed passed, $failed failed"
 [ "$failed" = 0 ]
