@@ -21,6 +21,7 @@
 
 #include "device/messages.h"
 #include "m2m/messages.h"
+#include "network/info_groups.h"
 #include "network/messages.h"
 #include "paired.h"
 
@@ -30,18 +31,6 @@ using Clock = std::chrono::steady_clock;
 namespace vd = vorn::device;
 namespace vm = vorn::m2m;
 namespace vn = vorn::network;
-
-vorn_network_info request_all() {
-  vorn_network_info info{};
-  info.cell_valid = 1;
-  info.signal.valid = 1;
-  info.sys_info.valid = 1;
-  info.ps_info.valid = 1;
-  info.cs_info.valid = 1;
-  info.carrier_valid = 1;
-  info.tx_rx.valid = 1;
-  return info;
-}
 
 void fresh_family() {
   vorn_network_pal_deinit();
@@ -71,7 +60,7 @@ void replay_paired(benchmark::State &state, Op op) {
 void BM_NetworkGetInfoVsRaw(benchmark::State &state) {
   fresh_family();
   auto get_info = [] {
-    vorn_network_info info = request_all();
+    vorn_network_info info = vn::every_group();
     benchmark::DoNotOptimize(vorn_network_pal_get_network_info(0, &info));
   };
   bench::RawReplay raw(bench::requests_of(get_info),

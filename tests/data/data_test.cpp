@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include <vornpal/m2m.h>
+
 namespace datat {
 
 Collector &Collector::instance() {
@@ -111,6 +113,14 @@ void DataTest::TearDown() {
   vornsim::wds::settle_links();
   Collector::instance().set_hook(nullptr);
   vorn_set_log_level(1);
+}
+
+void DataTest::fresh_family() {
+  vorn_data_pal_deinit();
+  vorn_m2m_pal_deinit();
+  vornsim::reset();
+  ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
+  ASSERT_EQ(vorn_data_pal_init(), 0);
 }
 
 std::vector<data_status_event> DataTest::statuses() {

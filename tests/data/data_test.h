@@ -69,6 +69,10 @@ class DataTest : public ::testing::Test {
     vornsim::clear_diag();
     Collector::instance().clear();
   }
+  // A started family on a fresh modem, for each case of a request-failure
+  // run. The M2M family's one client, which a profile write may start, is
+  // there from the start as in a daemon.
+  static void fresh_family();
   // The call-status events (event 0) so far.
   static std::vector<data_status_event> statuses();
   // Waits for the n-th event 0 and returns it.

@@ -34,15 +34,7 @@ TEST_F(Requests, EachCallSendsItsMessage) {
 
 TEST_F(Requests, EachRequestFailingInTurn) {
   vt::FailureFamily family;
-  family.fresh = [] {
-    vorn_data_pal_deinit();
-    vorn_m2m_pal_deinit();
-    vornsim::reset();
-    // The M2M family's one client, which a write may start to make a
-    // profile, is there from the start as in a daemon.
-    ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
-    ASSERT_EQ(vorn_data_pal_init(), 0);
-  };
+  family.fresh = fresh_family;
   // Whether the profile exists is only asked: a failed answer means "no".
   const vt::MessageResult kQueryIsOnlyAsked{kWds, QMI_WDS_GET_PROFILE_SETTINGS_REQ_V01, 0, 0};
   const vt::FailureCase cases[] = {

@@ -219,13 +219,7 @@ TEST_F(Status, EachQueryFailingInTurn) {
   char text[512];
   uint64_t tx = 0, rx = 0;
   vt::FailureFamily family;
-  family.fresh = [] {
-    vorn_data_pal_deinit();
-    vorn_m2m_pal_deinit();
-    vornsim::reset();
-    ASSERT_EQ(vorn_m2m_pal_early_init(), 0);
-    ASSERT_EQ(vorn_data_pal_init(), 0);
-  };
+  family.fresh = fresh_family;
   // A failed IPv6 read of the counters leaves the IPv4 numbers.
   const vt::MessageResult kSecondReadFails{kWds, QMI_WDS_GET_PKT_STATISTICS_REQ_V01, 0, 0, 1};
   const vt::FailureCase cases[] = {

@@ -15,6 +15,7 @@
 
 #include "cmd_network.h"
 #include "ctl.h"
+#include "network/info_groups.h"
 
 namespace {
 
@@ -196,14 +197,7 @@ std::string hex_id(uint64_t id) {
 
 int info(const ctl::Args &, ctl::Output &out) {
   if (!start_family(out)) return 1;
-  vorn_network_info info{};
-  info.cell_valid = 1;
-  info.signal.valid = 1;
-  info.sys_info.valid = 1;
-  info.ps_info.valid = 1;
-  info.cs_info.valid = 1;
-  info.carrier_valid = 1;
-  info.tx_rx.valid = 1;
+  vorn_network_info info = vorn::network::every_group();
   int rc = vorn_network_pal_get_network_info(vorn_network_pal_get_usim_card_slot(), &info);
   if (rc != 0) return ctl::fail(out, "network information failed", rc);
   out.field("operator", name_of(info.long_name, sizeof info.long_name));
