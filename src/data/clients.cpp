@@ -276,6 +276,12 @@ qmi_client_type GetWdsClient(uint32_t profileIndex, int ipType, bool create, boo
   return slot.handle;
 }
 
+bool DefaultClient::usable() const {
+  if (handle_ != nullptr) return true;
+  VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
+  return false;
+}
+
 qmi_client_type mdc_qmi_GetDefaultWdsClient() {
   {
     std::lock_guard<std::mutex> lock(wds_client_mutex);

@@ -335,10 +335,7 @@ VORNPAL_API int vorn_data_pal_event_unregister(vorn_pal_event_callback callback)
 
 VORNPAL_API int vorn_data_event_register(uint32_t mask) {
   data::DefaultClient client;
-  if (!client) {
-    VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!client.usable()) return VORN_FAILURE;
   wds_set_event_report_req_msg_v01 req{};
   req.data_call_status_change_valid = 1;
   req.data_call_status_change = 1;

@@ -21,6 +21,13 @@ constexpr size_t kCredentialMax = 128;
 constexpr size_t kAttachApnMax = 151;
 
 // Record pdp_type to the profile's PDP type, and back.
+// The caller's record; none logs `text` and the call fails.
+bool given(const void *record, const char *text) {
+  if (record != nullptr) return true;
+  VORN_LOG(VORN_ERR, "%s", text);
+  return false;
+}
+
 uint32_t wire_pdp(uint32_t pdp_type) {
   switch (pdp_type) {
     case VORN_DATA_PDP_IPV6:
@@ -189,10 +196,7 @@ VORNPAL_API int vorn_data_pal_is_profile_defined(int cid) {
 }
 
 VORNPAL_API int vorn_data_pal_write_connect_setting(int cid, const data_profile_settings *settings) {
-  if (settings == nullptr) {
-    VORN_LOG(VORN_ERR, "paramsReqPtr is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!data::given(settings, "paramsReqPtr is invalid\r\n")) return VORN_FAILURE;
   data::profile_ctx *ctx = data::GetProfileCtx(static_cast<uint32_t>(cid));
   {
     std::lock_guard<std::mutex> lock(data::context_mutex());
@@ -207,10 +211,7 @@ VORNPAL_API int vorn_data_pal_write_connect_setting(int cid, const data_profile_
     VORN_LOG(VORN_INFO, "Profile %i is defined\n", cid);
   }
   data::DefaultClient client;
-  if (!client) {
-    VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!client.usable()) return VORN_FAILURE;
   auto req = std::make_unique<wds_modify_profile_settings_req_msg_v01>();
   data::fill_modify(*settings, static_cast<uint32_t>(cid), *req);
   wds_modify_profile_settings_resp_msg_v01 resp;
@@ -224,15 +225,9 @@ VORNPAL_API int vorn_data_pal_write_connect_setting(int cid, const data_profile_
 VORNPAL_API int vorn_data_pal_read_connect_setting(int cid, data_profile_settings *settings) {
   VORN_LOG(VORN_INFO, "---enter read data pal profile!\n");
   data::profile_ctx *ctx = data::GetProfileCtx(static_cast<uint32_t>(cid));
-  if (settings == nullptr) {
-    VORN_LOG(VORN_ERR, "paramsRespPtr is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!data::given(settings, "paramsRespPtr is invalid\r\n")) return VORN_FAILURE;
   data::DefaultClient client;
-  if (!client) {
-    VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!client.usable()) return VORN_FAILURE;
   auto resp = std::make_unique<wds_get_profile_settings_resp_msg_v01>();
   if (!data::query_profile_on(client.get(), static_cast<uint32_t>(cid), *resp, false)) {
     VORN_LOG(VORN_ERR, "query_profile failed\n");
@@ -291,15 +286,9 @@ VORNPAL_API int vorn_data_pal_delete_profile(int cid) {
 }
 
 VORNPAL_API int vorn_data_pal_get_profile_list(data_profile_list *list) {
-  if (list == nullptr) {
-    VORN_LOG(VORN_ERR, "paramsRespPtr is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!data::given(list, "paramsRespPtr is invalid\r\n")) return VORN_FAILURE;
   data::DefaultClient client;
-  if (!client) {
-    VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!client.usable()) return VORN_FAILURE;
   wds_get_profile_list_req_msg_v01 req{};
   req.profile_type_valid = 1;
   req.profile_type = WDS_PROFILE_TYPE_3GPP_V01;
@@ -334,10 +323,7 @@ VORNPAL_API int vorn_data_pal_get_profile_list(data_profile_list *list) {
 }
 
 VORNPAL_API int vorn_data_pal_get_attach_params(data_profile_settings *settings) {
-  if (settings == nullptr) {
-    VORN_LOG(VORN_ERR, "paramsRespPtr is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!data::given(settings, "paramsRespPtr is invalid\r\n")) return VORN_FAILURE;
   data::DefaultClient client;
   wds_get_lte_attach_params_resp_msg_v01 resp;
   vorn::qmi::NoRequest none;
@@ -353,10 +339,7 @@ VORNPAL_API int vorn_data_pal_get_attach_params(data_profile_settings *settings)
 }
 
 VORNPAL_API int vorn_data_pal_set_attach_params(const data_profile_settings *settings) {
-  if (settings == nullptr) {
-    VORN_LOG(VORN_ERR, "paramsReqPtr is invalid\r\n");
-    return VORN_FAILURE;
-  }
+  if (!data::given(settings, "paramsReqPtr is invalid\r\n")) return VORN_FAILURE;
   data::DefaultClient client;
   auto req = std::make_unique<wds_set_attach_profile_info_req_msg_v01>();
   static constexpr uint32_t kWirePdp[] = {WDS_PDP_TYPE_PDP_IPV4_V01, WDS_PDP_TYPE_PDP_IPV6_V01,

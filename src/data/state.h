@@ -178,6 +178,9 @@ class DefaultClient {
   DefaultClient &operator=(const DefaultClient &) = delete;
   qmi_client_type get() const { return handle_; }
   explicit operator bool() const { return handle_ != nullptr; }
+  // True when there is a client; without one, logs so for the caller,
+  // which then fails.
+  bool usable() const;
 
  private:
   qmi_client_type handle_;

@@ -47,10 +47,7 @@ int read_counters(int pdp_type, uint32_t period, Counters &total) {
   if (pdp_type < VORN_DATA_PDP_IPV4 || pdp_type > VORN_DATA_PDP_IPV4V6) {
     // Counters of a PPP call are not kept by the modem: nothing to ask.
     DefaultClient client;
-    if (!client) {
-      VORN_LOG(VORN_ERR, "wdsClient is invalid\r\n");
-      return VORN_FAILURE;
-    }
+    if (!client.usable()) return VORN_FAILURE;
     return VORN_OK;
   }
   if (pdp_type == VORN_DATA_PDP_IPV4V6) VORN_LOG(VORN_DBUG, "get usage data for ipv4v6\n");
