@@ -129,6 +129,9 @@ void note_xport(int xport_id);
 void note_signal_wait(unsigned timeout_ms);
 // True on the thread that runs the daemon's indications in such a process.
 bool on_remote_delivery_thread();
+// Waits until the indications and answers the daemon sent so far were
+// delivered in such a process.
+void drain_remote_deliveries();
 
 // indicate() and indicate_to() with the message as a value, as the
 // daemon's table takes them.

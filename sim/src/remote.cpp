@@ -1,15 +1,21 @@
 // The modem of a process that uses vornsimd: one connection to the daemon,
 // with a reader thread that hands answers to the callers waiting for them
-// (by transaction id) and runs indications and asynchronous answers, as the
-// modem's delivery thread does in a process of its own.
+// (by transaction id), and a delivery thread that runs indications and
+// asynchronous answers in the order they came, as the modem's delivery
+// thread does in a process of its own. A callback may make requests of its
+// own: the reader is never the thread that runs it. An answer reaches its
+// caller only after what came before it was delivered (a report of a start
+// before the start's answer), unless the caller is the delivery thread.
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -73,6 +79,7 @@ class Connection {
       fail_connect();
       return;
     }
+    delivery_ = std::thread([this] { deliver_loop(); });
     reader_ = std::thread([this] { read_loop(); });
     // The daemon first says which services are up: a caller's first
     // question must not find them all down.
@@ -84,6 +91,12 @@ class Connection {
   ~Connection() {
     if (fd_ >= 0) shutdown(fd_, SHUT_RDWR);
     if (reader_.joinable()) reader_.join();
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      stopping_ = true;
+    }
+    changed_.notify_all();
+    if (delivery_.joinable()) delivery_.join();
     if (fd_ >= 0) close(fd_);
   }
 
@@ -91,8 +104,11 @@ class Connection {
   // did not answer within `wait`.
   bool round_trip(Header h, const void *payload, size_t len, Frame &reply,
                   std::optional<Clock::duration> wait = std::nullopt,
-                  const std::function<void(uint32_t txn)> &before_send = nullptr) {
+                  const std::function<void(uint32_t txn)> &before_send = nullptr,
+                  bool discard_deliveries = false) {
     auto pending = std::make_shared<Pending>();
+    pending->from_delivery = on_delivery_thread();
+    pending->discard_deliveries = discard_deliveries;
     {
       std::lock_guard<std::mutex> lock(mutex_);
       if (gone_) return false;
@@ -114,6 +130,8 @@ class Connection {
     }
     pending_.erase(h.txn);  // an answer that comes later is dropped
     if (!pending->done) return false;
+    // A delivery of the old modem that is running is waited for.
+    if (discard_deliveries && !pending->from_delivery) changed_.wait(lock, [this] { return !delivering_ || gone_; });
     reply = std::move(pending->reply);
     return true;
   }
@@ -168,12 +186,21 @@ class Connection {
     }
   }
 
-  bool on_reader_thread() const { return std::this_thread::get_id() == reader_id_.load(); }
+  bool on_delivery_thread() const { return std::this_thread::get_id() == delivery_id_.load(); }
+
+  // Waits until what the daemon sent so far was delivered.
+  void drain_local() {
+    if (on_delivery_thread()) return;
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return (tasks_.empty() && !delivering_) || gone_; });
+  }
   const std::string &path() const { return path_; }
 
  private:
   struct Pending {
     bool done = false;
+    bool from_delivery = false;
+    bool discard_deliveries = false;
     Frame reply;
   };
 
@@ -188,8 +215,30 @@ class Connection {
     pending_.erase(txn);
   }
 
+  void deliver_loop() {
+    delivery_id_ = std::this_thread::get_id();
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+      changed_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
+      if (tasks_.empty()) return;
+      Task task = std::move(tasks_.front());
+      tasks_.pop_front();
+      delivering_ = true;
+      lock.unlock();
+      task.run();
+      lock.lock();
+      delivering_ = false;
+      changed_.notify_all();
+    }
+  }
+
+  void queue(std::function<void()> task) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    tasks_.push_back({std::move(task), true});
+    changed_.notify_all();
+  }
+
   void read_loop() {
-    reader_id_ = std::this_thread::get_id();
     Frame frame;
     std::string error;
     while (wire::read_frame(fd_, frame, error)) dispatch(frame);
@@ -204,9 +253,9 @@ class Connection {
       case Type::kReply:
         return answer(frame);
       case Type::kAsyncAnswer:
-        return async_answer(frame);
+        return queue([this, f = std::move(frame)] { async_answer(f); });
       case Type::kIndication:
-        return indication(frame);
+        return queue([this, f = std::move(frame)] { indication(f); });
       case Type::kServices:
         return services(frame.header.extra);
       default:
@@ -219,8 +268,26 @@ class Connection {
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = pending_.find(frame.header.txn);
     if (it == pending_.end()) return;  // its caller gave up
-    it->second->reply = std::move(frame);
-    it->second->done = true;
+    std::shared_ptr<Pending> pending = it->second;
+    pending->reply = std::move(frame);
+    if (pending->discard_deliveries) {
+      // A fresh modem: what the old one sent and was not delivered is
+      // dropped, as the modem of a process drops its queued work.
+      tasks_.erase(std::remove_if(tasks_.begin(), tasks_.end(), [](const Task &t) { return t.delivery; }),
+                   tasks_.end());
+    }
+    if (pending->from_delivery || pending->discard_deliveries || (tasks_.empty() && !delivering_)) {
+      pending->done = true;
+      changed_.notify_all();
+      return;
+    }
+    // After the deliveries queued before it.
+    tasks_.push_back({[this, pending] {
+                        std::lock_guard<std::mutex> inner(mutex_);
+                        pending->done = true;
+                        changed_.notify_all();
+                      },
+                      false});
     changed_.notify_all();
   }
 
@@ -280,8 +347,16 @@ class Connection {
   std::map<uint32_t, qmi_client_type> handles_;
   uint32_t up_mask_ = 0;
   bool have_mask_ = false;
+  struct Task {
+    std::function<void()> run;
+    bool delivery;  // an indication or asynchronous answer, not an answer's hand-over
+  };
+  std::deque<Task> tasks_;
+  bool delivering_ = false;
+  bool stopping_ = false;
   std::thread reader_;
-  std::atomic<std::thread::id> reader_id_{};
+  std::thread delivery_;
+  std::atomic<std::thread::id> delivery_id_{};
 };
 
 Connection &connection() {
@@ -441,7 +516,11 @@ Backend *remote_backend() {
   return &instance;
 }
 
-bool on_remote_delivery_thread() { return remote::active() && connection().on_reader_thread(); }
+bool on_remote_delivery_thread() { return remote::active() && connection().on_delivery_thread(); }
+
+void drain_remote_deliveries() {
+  if (remote::active()) connection().drain_local();
+}
 
 namespace remote {
 
@@ -452,9 +531,10 @@ bool active() {
 
 void stay_local() { g_stay_local = true; }
 
-bool control(const codec::Bytes &call, codec::Bytes &result) {
+bool control(const codec::Bytes &call, codec::Bytes &result, bool fresh_modem) {
   Frame reply;
-  if (!connection().round_trip(wire::header(Type::kControl), call.data(), call.size(), reply)) {
+  if (!connection().round_trip(wire::header(Type::kControl), call.data(), call.size(), reply, std::nullopt,
+                               nullptr, fresh_modem)) {
     std::fprintf(stderr, "vornsim: the modem daemon at %s does not answer\n", connection().path().c_str());
     return false;
   }

@@ -23,13 +23,16 @@ bool active();
 // its environment.
 void stay_local();
 // Sends a call and waits for its result bytes; false (after a line on
-// standard error) when the daemon is gone or refused the call.
-bool control(const codec::Bytes &call, codec::Bytes &result);
+// standard error) when the daemon is gone or refused the call. A call that
+// makes a fresh modem (fresh_modem) drops what the old one sent that was
+// not delivered yet.
+bool control(const codec::Bytes &call, codec::Bytes &result, bool fresh_modem = false);
 
 template <class R, class... A, class... Given>
 R call(R (*fn)(A...), const char *name, Given &&...given) {
   codec::Bytes result;
-  bool ok = control(codec::encode_call(fn, name, std::forward<Given>(given)...), result);
+  const bool fresh_modem = std::string(name) == "reset";
+  bool ok = control(codec::encode_call(fn, name, std::forward<Given>(given)...), result, fresh_modem);
   if constexpr (std::is_void_v<R>) {
     if (ok) codec::decode_result<void>(result, ok);
   } else {
