@@ -351,6 +351,8 @@ class Daemon {
   void request(const std::shared_ptr<Connection> &connection, Frame &frame);
   void control(const std::shared_ptr<Connection> &connection, const Frame &frame);
   void add_daemon_calls();
+  // Joins the reader threads of connections that closed.
+  void join_finished_readers();
   void save();
 
   DaemonOptions options_;
@@ -362,6 +364,8 @@ class Daemon {
   std::mutex connections_mutex_;
   std::condition_variable connections_changed_;
   std::list<std::shared_ptr<Connection>> connections_;
+  std::map<unsigned, std::thread> readers_;  // by connection number
+  std::vector<unsigned> finished_;
   unsigned next_connection_ = 1;
   std::atomic<bool> dirty_{true};
   std::mutex command_mutex_;
@@ -474,6 +478,7 @@ int Daemon::run() {
     if (n < 0 && errno != EINTR) break;
     if (fds[1].revents != 0) break;
     if (fds[0].revents & POLLIN) accept_one();
+    join_finished_readers();
     save();
   }
 
@@ -485,6 +490,7 @@ int Daemon::run() {
     for (auto &connection : connections_) shutdown(connection->fd(), SHUT_RDWR);
     connections_changed_.wait(lock, [this] { return connections_.empty(); });
   }
+  join_finished_readers();
   pool_.stop();
   {
     Modem &m = modem();
@@ -512,7 +518,23 @@ void Daemon::accept_one() {
     connection->push(services_frame(up_mask_locked(m)), false);
     connections_.push_back(connection);
   }
-  std::thread([this, connection] { serve_connection(connection); }).detach();
+  std::lock_guard<std::mutex> lock(connections_mutex_);
+  readers_[connection->number()] = std::thread([this, connection] { serve_connection(connection); });
+}
+
+void Daemon::join_finished_readers() {
+  std::vector<std::thread> finished;
+  {
+    std::lock_guard<std::mutex> lock(connections_mutex_);
+    for (unsigned number : finished_) {
+      auto it = readers_.find(number);
+      if (it == readers_.end()) continue;
+      finished.push_back(std::move(it->second));
+      readers_.erase(it);
+    }
+    finished_.clear();
+  }
+  for (auto &t : finished) t.join();
 }
 
 void Daemon::serve_connection(std::shared_ptr<Connection> connection) {
@@ -535,6 +557,7 @@ void Daemon::serve_connection(std::shared_ptr<Connection> connection) {
   shutdown(connection->fd(), SHUT_RDWR);
   std::lock_guard<std::mutex> lock(connections_mutex_);
   connections_.remove(connection);
+  finished_.push_back(connection->number());
   connections_changed_.notify_all();
 }
 
