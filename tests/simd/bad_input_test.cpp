@@ -98,17 +98,26 @@ TEST_F(DaemonTest, UnknownControlCallAndUnknownClientAreRefused) {
   sync.handle = 12345;  // no client of this connection
   sync.extra = 16;
   ASSERT_TRUE(wire::write_frame(fd, sync, nullptr, 0));
+  // A known call whose arguments are cut short: the service, not whether up.
+  vornsim::codec::Writer short_call;
+  short_call.put(std::string("set_service_up"));
+  short_call.put(Svc::DMS);
+  ASSERT_TRUE(wire::write_frame(fd, wire::header(wire::Type::kControl, 7), short_call.bytes().data(),
+                                short_call.bytes().size()));
   std::map<uint32_t, wire::Frame> replies;
   wire::Frame frame;
   std::string error;
-  while (replies.size() < 2 && wire::read_frame(fd, frame, error))
+  while (replies.size() < 3 && wire::read_frame(fd, frame, error))
     if (frame.header.type == static_cast<uint16_t>(wire::Type::kReply)) replies[frame.header.txn] = frame;
   close(fd);
-  ASSERT_EQ(replies.size(), 2u) << error;
+  ASSERT_EQ(replies.size(), 3u) << error;
   EXPECT_EQ(replies[5].header.rc, -1);
   EXPECT_EQ(std::string(replies[5].payload.begin(), replies[5].payload.end()),
             "unknown control call format_the_modem");
   EXPECT_EQ(replies[6].header.rc, QMI_CLIENT_INVALID_CLNT);
+  EXPECT_EQ(replies[7].header.rc, -1);
+  EXPECT_TRUE(logged("arguments of set_service_up do not fit"));
+  EXPECT_TRUE(vornsim::service_up(Svc::DMS)) << "a call with damaged arguments ran";
   EXPECT_TRUE(logged("unknown control call format_the_modem"));
   still_serves();
 }
