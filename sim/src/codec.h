@@ -94,7 +94,7 @@ class Reader {
         const size_t bytes = size_t{n} * sizeof(typename T::value_type);
         if (bytes > len_ - pos_) return fail();
         value.resize(n);
-        std::memcpy(value.data(), data_ + pos_, bytes);
+        if (bytes != 0) std::memcpy(value.data(), data_ + pos_, bytes);
         pos_ += bytes;
       } else {
         value.resize(n);
@@ -123,7 +123,7 @@ class Reader {
           get(value.signal_waits), get(value.xports), get(value.accessor_calls);
     } else {
       static_assert(std::is_trivially_copyable_v<T>, "no marshalling for this type");
-      if (!ok_ || sizeof value > len_ - pos_) return fail();
+      if (!ok_ || data_ == nullptr || sizeof value > len_ - pos_) return fail();
       std::memcpy(&value, data_ + pos_, sizeof value);
       pos_ += sizeof value;
     }

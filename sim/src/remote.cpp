@@ -301,9 +301,10 @@ class Connection {
       async_.erase(it);
     }
     const int rc = frame.header.rc;
-    if (rc == QMI_NO_ERR && call.resp != nullptr) {
+    if (rc == QMI_NO_ERR && call.resp != nullptr && call.resp_len != 0) {
       std::memset(call.resp, 0, call.resp_len);
-      std::memcpy(call.resp, frame.payload.data(), std::min<size_t>(frame.payload.size(), call.resp_len));
+      if (!frame.payload.empty())
+        std::memcpy(call.resp, frame.payload.data(), std::min<size_t>(frame.payload.size(), call.resp_len));
     }
     if (call.cb != nullptr) call.cb(call.handle, call.msg_id, call.resp, call.resp_len, call.cb_data, rc);
   }
@@ -424,9 +425,10 @@ class RemoteBackend : public Backend {
     if (!connection().round_trip(h, req, req != nullptr ? req_len : 0, reply,
                                  scaled_ms(timeout_ms) + kDaemonGrace))
       return QMI_TIMEOUT_ERR;
-    if (reply.header.rc == QMI_NO_ERR && resp != nullptr) {
+    if (reply.header.rc == QMI_NO_ERR && resp != nullptr && resp_len != 0) {
       std::memset(resp, 0, resp_len);
-      std::memcpy(resp, reply.payload.data(), std::min<size_t>(reply.payload.size(), resp_len));
+      if (!reply.payload.empty())
+        std::memcpy(resp, reply.payload.data(), std::min<size_t>(reply.payload.size(), resp_len));
     }
     return reply.header.rc;
   }
