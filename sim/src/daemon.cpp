@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cerrno>
 #include <cstdarg>
 #include <condition_variable>
@@ -64,6 +65,7 @@ class Pool {
  public:
   void post(std::function<void()> job) {
     std::lock_guard<std::mutex> lock(mutex_);
+    if (stopping_) return;  // the daemon ends: what comes now is not run
     jobs_.push_back(std::move(job));
     if (idle_ == 0 && threads_.size() < kMaxWorkers) {
       threads_.emplace_back([this] { work(); });
@@ -188,6 +190,14 @@ class Connection {
     clients_.erase(it);
     return true;
   }
+  // Gives the writer up to `limit` to send what is queued (the answer to a
+  // stop, for one), then ends the connection.
+  void flush_and_end(std::chrono::milliseconds limit) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    wake_.wait_for(lock, limit, [this] { return (queue_.empty() && !writing_) || closed_; });
+    shutdown(fd_, SHUT_RDWR);
+  }
+
   // Closes the queue and gives the clients left.
   std::map<uint32_t, Client> close_queue() {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -211,12 +221,15 @@ class Connection {
       if (queue_.empty()) return;
       Queued next = std::move(queue_.front());
       queue_.pop_front();
+      writing_ = true;
       lock.unlock();
       const bool sent = wire::write_frame(fd_, next.frame.header, next.frame.payload.data(),
                                           next.frame.payload.size());
       lock.lock();
+      writing_ = false;
       queued_bytes_ -= next.frame.payload.size() + sizeof(Header);
       if (next.indication) --queued_indications_;
+      wake_.notify_all();
       if (!sent) {
         closed_ = true;
         queue_.clear();
@@ -236,6 +249,7 @@ class Connection {
   size_t queued_bytes_ = 0;
   unsigned long long dropped_ = 0;
   bool closed_ = false;
+  bool writing_ = false;
   uint32_t next_client_ = 1;
   std::map<uint32_t, Client> clients_;
   std::thread writer_;
@@ -485,13 +499,15 @@ int Daemon::run() {
   log("stopping");
   close(listen_fd_);
   unlink(socket_path_.c_str());
+  // The work taken is done and answered (the stop's own answer too), then
+  // the connections end.
+  pool_.stop();
   {
     std::unique_lock<std::mutex> lock(connections_mutex_);
-    for (auto &connection : connections_) shutdown(connection->fd(), SHUT_RDWR);
+    for (auto &connection : connections_) connection->flush_and_end(std::chrono::milliseconds(500));
     connections_changed_.wait(lock, [this] { return connections_.empty(); });
   }
   join_finished_readers();
-  pool_.stop();
   {
     Modem &m = modem();
     std::lock_guard<std::mutex> lock(m.mutex);
