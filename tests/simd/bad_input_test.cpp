@@ -5,6 +5,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include <vornpal/platform/device_management_service_v01.h>
 #include <vornsim/dm_cache.h>
 
@@ -43,8 +45,9 @@ bool closed_after(const void *bytes, size_t len) {
   ssize_t n;
   while ((n = read(fd, buf, sizeof buf)) > 0) {
   }
+  const bool reset = n < 0 && errno == ECONNRESET;  // closed with our bytes unread
   close(fd);
-  return n == 0;
+  return n == 0 || reset;
 }
 
 bool logged(const std::string &text) {
