@@ -68,8 +68,10 @@ class Writer {
 
  private:
   void raw(const void *data, size_t len) {
-    const auto *p = static_cast<const uint8_t *>(data);
-    out_.insert(out_.end(), p, p + len);
+    if (len == 0) return;
+    const size_t at = out_.size();
+    out_.resize(at + len);
+    std::memcpy(out_.data() + at, data, len);
   }
   Bytes out_;
 };
