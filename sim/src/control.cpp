@@ -1,6 +1,8 @@
 // The control API of the simulated modem (sim/include/vornsim/sim.h): what
 // tests and vornpalctl do to the modem, and what they read back from it.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -9,6 +11,7 @@
 #include <vornsim/sim.h>
 
 #include "engine.h"
+#include "remote.h"
 #include "service_module.h"
 
 namespace vornsim {
@@ -41,6 +44,11 @@ void refuse(void *resp, size_t resp_len, uint32_t error) {
 void register_module(const Module &module) { modules().push_back(module); }
 
 void reset() {
+  if (remote::active()) {
+    // The diag sink is this process's own.
+    remote::call(&reset, "reset");
+    return reset_diag();
+  }
   Modem &m = modem();
   std::vector<std::thread> late;
   {
@@ -67,18 +75,21 @@ void reset() {
 }
 
 void set_service_up(Svc svc, bool up) {
+  VORNSIM_REMOTE(set_service_up, svc, up);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   set_up_locked(m, svc, up);
 }
 
 bool service_up(Svc svc) {
+  VORNSIM_REMOTE(service_up, svc);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   return m.up[static_cast<int>(svc)];
 }
 
 void service_up_after(Svc svc, unsigned ms) {
+  VORNSIM_REMOTE(service_up_after, svc, ms);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   set_up_locked(m, svc, false);
@@ -86,18 +97,26 @@ void service_up_after(Svc svc, unsigned ms) {
 }
 
 void set_service_object_missing(Svc svc, bool missing) {
+  VORNSIM_REMOTE(set_service_object_missing, svc, missing);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.object_missing[static_cast<int>(svc)] = missing;
 }
 
 void on(Svc svc, unsigned msg_id, Handler handler) {
+  if (remote::active()) {
+    // A handler is code of this process: it cannot run in the daemon.
+    std::fprintf(stderr, "vornsim: handlers stay in-process; %s %u has none of this process's with VORNSIM_SOCKET set\n",
+                 name(svc), msg_id);
+    std::abort();
+  }
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.handlers[key(svc, msg_id)] = std::move(handler);
 }
 
 void set_fault(Svc svc, unsigned msg_id, const Fault &fault) {
+  VORNSIM_REMOTE(set_fault, svc, msg_id, fault);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.faults[key(svc, msg_id)] = fault;
@@ -130,6 +149,7 @@ void delay_next(Svc svc, unsigned msg_id, unsigned ms, int count) {
 }
 
 void clear_faults() {
+  VORNSIM_REMOTE(clear_faults);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.faults.clear();
@@ -137,6 +157,7 @@ void clear_faults() {
 }
 
 void set_decode_fault(Svc svc, unsigned msg_id, int rc) {
+  VORNSIM_REMOTE(set_decode_fault, svc, msg_id, rc);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   if (rc == 0) {
@@ -147,6 +168,7 @@ void set_decode_fault(Svc svc, unsigned msg_id, int rc) {
 }
 
 std::vector<Request> requests() {
+  if (remote::active()) return remote::call(static_cast<std::vector<Request> (*)()>(&requests), "requests");
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   return m.requests.items();
@@ -161,24 +183,28 @@ std::vector<Request> requests(Svc svc, std::optional<unsigned> msg_id) {
 }
 
 void clear_requests() {
+  VORNSIM_REMOTE(clear_requests);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.requests.clear();
 }
 
 void set_request_record(size_t capacity) {
+  VORNSIM_REMOTE(set_request_record, capacity);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   m.requests.set_capacity(capacity);
 }
 
 uint64_t requests_dropped() {
+  VORNSIM_REMOTE(requests_dropped);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   return m.requests.dropped();
 }
 
 void indicate(Svc svc, unsigned msg_id, const void *data, size_t len) {
+  VORNSIM_REMOTE(indicate_bytes, svc, msg_id, Bytes(static_cast<const uint8_t *>(data), static_cast<const uint8_t *>(data) + len));
   Modem &m = modem();
   auto bytes = std::make_shared<std::vector<uint8_t>>(
       static_cast<const uint8_t *>(data), static_cast<const uint8_t *>(data) + len);
@@ -207,6 +233,7 @@ void indicate(Svc svc, unsigned msg_id, const void *data, size_t len) {
 }
 
 void indicate_to(const void *client, unsigned msg_id, const void *data, size_t len) {
+  VORNSIM_REMOTE(indicate_to_bytes, client, msg_id, Bytes(static_cast<const uint8_t *>(data), static_cast<const uint8_t *>(data) + len));
   Modem &m = modem();
   auto bytes = std::make_shared<std::vector<uint8_t>>(
       static_cast<const uint8_t *>(data), static_cast<const uint8_t *>(data) + len);
@@ -227,6 +254,7 @@ void indicate_to(const void *client, unsigned msg_id, const void *data, size_t l
 }
 
 bool client_live(const void *client) {
+  VORNSIM_REMOTE(client_live, client);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   auto *handle = static_cast<qmi_client_struct *>(const_cast<void *>(client));
@@ -234,14 +262,27 @@ bool client_live(const void *client) {
 }
 
 void drain() {
+  if (remote::active()) {
+    remote::call(&drain, "drain");
+    return drain_remote_deliveries();
+  }
   Modem &m = modem();
   std::unique_lock<std::mutex> lock(m.mutex);
   m.changed.wait(lock, [&] { return m.deliveries_pending == 0; });
 }
 
-bool on_modem_thread() { return std::this_thread::get_id() == modem().thread_id; }
+bool on_modem_thread() {
+  return std::this_thread::get_id() == modem().thread_id || on_remote_delivery_thread();
+}
+
+void indicate_bytes(Svc svc, unsigned msg_id, Bytes bytes) { indicate(svc, msg_id, bytes.data(), bytes.size()); }
+
+void indicate_to_bytes(const void *client, unsigned msg_id, Bytes bytes) {
+  indicate_to(client, msg_id, bytes.data(), bytes.size());
+}
 
 Counters counters() {
+  VORNSIM_REMOTE(counters);
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   Counters c{};
@@ -254,11 +295,13 @@ Counters counters() {
 }
 
 void save_state(const std::string &dir) {
+  VORNSIM_REMOTE(save_state, dir);
   for (const Module &module : modules())
     if (module.save) module.save(dir);
 }
 
 void load_state(const std::string &dir) {
+  VORNSIM_REMOTE(load_state, dir);
   for (const Module &module : modules())
     if (module.load) module.load(dir);
 }

@@ -6,6 +6,7 @@
 #include <vornpal/platform/dm_cache.h>
 #include <vornsim/dm_cache.h>
 
+#include "remote.h"
 #include "service_module.h"
 
 namespace vornsim {
@@ -48,16 +49,19 @@ struct CacheModule {
 }  // namespace
 
 void set_dm_cache_word(uint32_t key, uint32_t value) {
+  VORNSIM_REMOTE(set_dm_cache_word, key, value);
   std::lock_guard<std::mutex> lock(cache_mutex);
   cache.words[key] = value;
 }
 
 void clear_dm_cache_word(uint32_t key) {
+  VORNSIM_REMOTE(clear_dm_cache_word, key);
   std::lock_guard<std::mutex> lock(cache_mutex);
   cache.words.erase(key);
 }
 
 std::optional<uint32_t> dm_cache_word(uint32_t key) {
+  VORNSIM_REMOTE(dm_cache_word, key);
   std::lock_guard<std::mutex> lock(cache_mutex);
   auto word = cache.words.find(key);
   if (word == cache.words.end()) return std::nullopt;

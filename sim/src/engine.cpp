@@ -13,10 +13,6 @@ namespace {
 // The answer of a message that has no handler.
 constexpr uint32_t kInvalidCommand = 0x47;
 
-qmi_idl_service_object g_objects[kServiceCount] = {
-    {Svc::WDS, 0x01},  {Svc::NAS, 0x03},   {Svc::WMS, 0x05},  {Svc::UIM, 0x0B}, {Svc::DMS, 0x02},
-    {Svc::VOICE, 0x09}, {Svc::IMSS, 0x12}, {Svc::IMSA, 0x21}, {Svc::M2M, 0xE6}};
-
 void delivery_loop() {
   Modem &m = modem();
   std::unique_lock<std::mutex> lock(m.mutex);
@@ -97,7 +93,9 @@ void schedule_locked(Modem &m, Clock::duration delay, bool delivery, std::functi
 }
 
 void set_up_locked(Modem &m, Svc svc, bool up) {
+  const bool changed = m.up[static_cast<int>(svc)] != up;
   m.up[static_cast<int>(svc)] = up;
+  if (changed && m.services_changed) m.services_changed(up_mask_locked(m));
   if (!up) return;
   for (qmi_client_struct *client : m.clients)
     if (client->notifier && client->svc == svc && client->os_params != nullptr)
@@ -115,6 +113,18 @@ std::vector<std::thread> clear_locked(Modem &m, std::unique_lock<std::mutex> &lo
   std::vector<std::thread> late;
   late.swap(m.late_answers);
   return late;
+}
+
+uint32_t up_mask_locked(const Modem &m) {
+  uint32_t mask = 0;
+  for (int i = 0; i < kServiceCount; ++i) mask |= m.up[i] ? 1u << i : 0u;
+  return mask;
+}
+
+void count_failed_release() {
+  Modem &m = modem();
+  std::lock_guard<std::mutex> lock(m.mutex);
+  ++m.releases_failed;
 }
 
 bool live_client_locked(Modem &m, qmi_client_type handle) {
@@ -154,13 +164,13 @@ int answer(const Handler &handler, const Fault &fault, const Request &req, void 
   return handler(req, resp, resp_len);
 }
 
-qmi_idl_service_object_type service_object(Svc svc, int32_t major, int32_t minor, int32_t tool) {
+bool record_accessor(Svc svc, int32_t major, int32_t minor, int32_t tool) {
   Modem &m = modem();
   std::lock_guard<std::mutex> lock(m.mutex);
   char call[64];
   std::snprintf(call, sizeof call, "%s %d.%d.%d", name(svc), major, minor, tool);
   m.accessor_calls.push(call);
-  return m.object_missing[static_cast<int>(svc)] ? nullptr : &g_objects[static_cast<int>(svc)];
+  return !m.object_missing[static_cast<int>(svc)];
 }
 
 }  // namespace vornsim

@@ -34,6 +34,7 @@ struct qmi_client_struct {
   qmi_client_ind_cb ind_cb;
   void *ind_cb_data;
   qmi_client_os_params *os_params;
+  uint32_t remote_id = 0;  // the daemon's number of it, in a process that uses vornsimd
 };
 
 namespace vornsim {
@@ -83,6 +84,9 @@ struct Modem {
   std::thread thread;
   std::thread::id thread_id;
   std::vector<std::thread> late_answers;  // requests answered after their time-out
+  // Told of every change of the services up (a mask by Svc), under the
+  // mutex: vornsimd passes it on to its clients' processes.
+  std::function<void(uint32_t up_mask)> services_changed;
 
   ~Modem();
 };
@@ -97,6 +101,9 @@ void set_up_locked(Modem &m, Svc svc, bool up);
 // delivery that is running. Returns the late answers still to be joined.
 std::vector<std::thread> clear_locked(Modem &m, std::unique_lock<std::mutex> &lock);
 
+uint32_t up_mask_locked(const Modem &m);
+// A release of a handle the modem does not know (Counters::releases_failed).
+void count_failed_release();
 bool live_client_locked(Modem &m, qmi_client_type handle);
 qmi_client_struct *new_client_locked(Modem &m, Svc svc, bool notifier, bool connected,
                                      qmi_client_ind_cb cb, void *data, qmi_client_os_params *os);
@@ -110,9 +117,29 @@ std::pair<Handler, Fault> take_answer_locked(Modem &m, const Request &req);
 int answer(const Handler &handler, const Fault &fault, const Request &req, void *resp,
            size_t resp_len);
 
-// Records the accessor call and gives the service's object (null when a
-// test made it missing).
+// Records the accessor call; false when a test made the service's object
+// missing.
+bool record_accessor(Svc svc, int32_t major, int32_t minor, int32_t tool);
+// The service's object through the backend (null when it is missing).
 qmi_idl_service_object_type service_object(Svc svc, int32_t major, int32_t minor, int32_t tool);
+
+// The calls of a process that uses vornsimd, recorded in the daemon's
+// modem as the engine records its own process's.
+void note_xport(int xport_id);
+void note_signal_wait(unsigned timeout_ms);
+// True on the thread that runs the daemon's indications in such a process.
+bool on_remote_delivery_thread();
+// Waits until the indications and answers the daemon sent so far were
+// delivered in such a process.
+void drain_remote_deliveries();
+
+// indicate() and indicate_to() with the message as a value, as the
+// daemon's table takes them.
+void indicate_bytes(Svc svc, unsigned msg_id, std::vector<uint8_t> bytes);
+void indicate_to_bytes(const void *client, unsigned msg_id, std::vector<uint8_t> bytes);
+
+// The simulated IPA driver's answer to a request (ipa.cpp): 0 or an errno.
+int ipa_request(uint32_t code, std::vector<uint8_t> argument);
 
 // The diag sink's records, cleared with the modem.
 void reset_diag();

@@ -19,6 +19,7 @@
 #include <vornpal/platform/ipa.h>
 #include <vornsim/ipa.h>
 
+#include "remote.h"
 #include "service_module.h"
 
 namespace vornsim {
@@ -110,10 +111,16 @@ int answer(State &s, unsigned long code, const void *arg) {
   }
 }
 
-// Records the request and answers it: the ioctl result, errno set.
-int serve_request(unsigned long code, const void *arg) {
+}  // namespace
+
+// The driver's answer to a request and its argument's bytes (as many as
+// the driver reads): 0 or an errno. Modem state: a process that uses
+// vornsimd asks the daemon.
+int ipa_request(uint32_t code, Bytes argument) {
+  const void *arg = argument.empty() ? nullptr : argument.data();
   const size_t size = argument_size(code);
-  int error = module.with_state([&](State &s) {
+  if (remote::active()) return remote::call(&ipa_request, "ipa_request", code, argument);
+  return module.with_state([&](State &s) {
     Bytes record(4 + size);
     const auto word = static_cast<uint32_t>(code);
     std::memcpy(record.data(), &word, 4);
@@ -128,6 +135,19 @@ int serve_request(unsigned long code, const void *arg) {
     if (arg == nullptr) return EFAULT;
     return answer(s, code, arg);
   });
+}
+
+namespace {
+
+// Records the request and answers it: the ioctl result, errno set.
+int serve_request(unsigned long code, const void *arg) {
+  const size_t size = argument_size(code);
+  Bytes argument;
+  if (arg != nullptr && size != 0)
+    argument.assign(static_cast<const uint8_t *>(arg), static_cast<const uint8_t *>(arg) + size);
+  else if (arg != nullptr)
+    argument.assign(1, 0);  // a request without argument bytes still has an argument
+  int error = ipa_request(static_cast<uint32_t>(code), argument);
   if (error == 0) return 0;
   errno = error;
   return -1;

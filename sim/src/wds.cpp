@@ -208,10 +208,22 @@ wds_pkt_srvc_status_ind_msg_v01 status_ind(int family, uint32_t status) {
 }
 
 // Ends a session: its link goes down and its client hears why.
+// True while a session (of any client) still uses the link for the family.
+bool link_in_use(const State &s, uint32_t link, int family) {
+  return std::any_of(s.sessions.begin(), s.sessions.end(), [&](const auto &entry) {
+    return entry.second.link == link && entry.second.family == family;
+  });
+}
+
+// A session's link goes down with the last session that shares it.
+void leave_link(const State &s, const Session &session) {
+  if (!link_in_use(s, session.link, session.family)) wds_link::down(session.link, session.family);
+}
+
 void end_session(State &s, std::map<uint32_t, Session>::iterator it, const StartFailure &why) {
   const Session session = it->second;
   s.sessions.erase(it);
-  wds_link::down(session.link, session.family);
+  leave_link(s, session);
   auto ind = status_ind(session.family, WDS_CONNECTION_STATUS_DISCONNECTED_V01);
   ind.call_end_reason_valid = 1;
   ind.call_end_reason = why.reason;
@@ -229,8 +241,9 @@ void forget_gone_clients(State &s) {
       ++it;
       continue;
     }
-    wds_link::down(it->second.link, it->second.family);
+    const Session gone = it->second;
     it = s.sessions.erase(it);
+    leave_link(s, gone);
   }
   for (auto it = s.clients.begin(); it != s.clients.end();)
     it = client_live(it->first) ? std::next(it) : s.clients.erase(it);
@@ -314,6 +327,21 @@ int start(const Request &req, void *resp_buf, size_t len) {
     }
     const uint32_t handle = s.next_handle++;
     Session session{req.client, profile, family == 6 ? 6 : 4, client.link(), s.mtu};
+    auto shared = std::find_if(s.sessions.begin(), s.sessions.end(), [&](const auto &entry) {
+      return entry.second.profile == profile && entry.second.family == session.family;
+    });
+    if (shared != s.sessions.end()) {
+      // The call is up already, made by another client (another process on
+      // the device): this client joins it, on its link, and the call lasts
+      // until its last client stops.
+      session.link = shared->second.link;
+      session.mtu = shared->second.mtu;
+      s.sessions[handle] = session;
+      resp->pkt_data_handle = handle;
+      auto ind = status_ind(session.family, WDS_CONNECTION_STATUS_CONNECTED_V01);
+      indicate_to(req.client, QMI_WDS_PKT_SRVC_STATUS_IND_V01, &ind, sizeof ind);
+      return;
+    }
     s.sessions[handle] = session;
     resp->pkt_data_handle = handle;
     wds_link::up(link_setup(session));
@@ -557,12 +585,16 @@ void fail_next_start(uint32_t call_end_reason, uint32_t verbose_type, uint32_t v
 bool drop(uint32_t profile, int family, uint32_t call_end_reason, uint32_t verbose_type,
           uint32_t verbose_reason) {
   return module.with_state([&](State &s) {
-    auto it = std::find_if(s.sessions.begin(), s.sessions.end(), [&](const auto &entry) {
-      return entry.second.profile == profile && entry.second.family == family;
-    });
-    if (it == s.sessions.end()) return false;
-    end_session(s, it, {call_end_reason, verbose_type, verbose_reason});
-    return true;
+    // The network ends the call for every client that shares it.
+    bool dropped = false;
+    for (;;) {
+      auto it = std::find_if(s.sessions.begin(), s.sessions.end(), [&](const auto &entry) {
+        return entry.second.profile == profile && entry.second.family == family;
+      });
+      if (it == s.sessions.end()) return dropped;
+      end_session(s, it, {call_end_reason, verbose_type, verbose_reason});
+      dropped = true;
+    }
   });
 }
 

@@ -13,6 +13,7 @@
 #include <vornsim/wms.h>
 
 #include "engine.h"
+#include "remote.h"
 #include "sms/messages.h"
 #include "wms_state.h"
 
@@ -333,18 +334,22 @@ namespace vornsim::wms {
 using wms_sim::State;
 
 void deliver(const Bytes &tpdu) {
+  VORNSIM_REMOTE(wms::deliver, tpdu);
   wms_sim::module().with_state([&](State &s) { wms_sim::deliver_or_wait(s, tpdu); });
 }
 
 void hold(bool on) {
+  VORNSIM_REMOTE(wms::hold, on);
   wms_sim::module().with_state([on](State &s) { s.hold = on; });
 }
 
 size_t waiting() {
+  VORNSIM_REMOTE(wms::waiting);
   return wms_sim::module().with_state([](State &s) { return s.waiting.size(); });
 }
 
 void release(const std::vector<size_t> &order) {
+  VORNSIM_REMOTE(wms::release, order);
   wms_sim::module().with_state([&](State &s) {
     s.hold = false;
     if (s.mt_reports != 0) wms_sim::deliver_waiting(s, order);

@@ -1,9 +1,14 @@
 // The simulated modem of a host build: its services, and the items of its
 // store. Built with VORNPAL_CTL_HOST_MODEM only.
+#include <unistd.h>
+
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include <vornsim/daemon.h>
 #include <vornsim/sim.h>
 
 #include "ctl.h"
@@ -50,7 +55,45 @@ int nv_list(const ctl::Args &, ctl::Output &out) {
 int modem_up(const ctl::Args &args, ctl::Output &out) { return set_service(args, out, true); }
 int modem_down(const ctl::Args &args, ctl::Output &out) { return set_service(args, out, false); }
 
-ctl::Registrar reg({
+// The modem daemon in the foreground, on the sandbox's store.
+int modem_serve(const ctl::Args &args, ctl::Output &out) {
+  if (!args.empty()) return ctl::fail(out, "modem serve takes no arguments", 2);
+  vornsim::DaemonOptions options;
+  options.dir = ctl::host::kModemStore;
+  options.run_command = ctl::host::run_modem_command;
+  return vornsim::serve(options);
+}
+
+int modem_stop(const ctl::Args &, ctl::Output &out) {
+  if (!vornsim::using_daemon()) return ctl::fail(out, "no modem daemon runs", 1);
+  vornsim::stop_daemon();
+  out.field("daemon", "stopped");
+  return 0;
+}
+
+// A program of the developer's (their own daemon) in the modem's sandbox,
+// as a client of the daemon: VORNSIM_SOCKET is set for it.
+int modem_run(const ctl::Args &args, ctl::Output &out) {
+  if (args.empty()) return ctl::fail(out, "give a PROGRAM to run", 2);
+  out.flush();
+  std::vector<char *> argv;
+  for (const auto &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
+  argv.push_back(nullptr);
+  execvp(argv[0], argv.data());
+  return ctl::fail(out, "cannot run " + args[0], 127);
+}
+
+ctl::Registrar daemon_reg({
+    {"modem serve", "", "run the modem daemon in the foreground (it stops on Ctrl-C, its state saved)",
+     modem_serve, "modem serve"},
+    {"modem stop", "", "end the modem daemon of the state directory (its state saved)", modem_stop,
+     "modem stop"},
+    {"modem run", "-- PROGRAM [ARG]...",
+     "run a program (a daemon linked with libvornpal) against the same modem, in its sandbox", modem_run,
+     "modem run -- ./build/my_daemon --verbose"},
+});
+
+ctl::ModemRegistrar reg({
     {"modem status", "", "the simulated modem's services", modem_status, "modem status"},
     {"modem up", "SERVICE...", "bring services up (WDS NAS WMS UIM DMS VOICE IMSS IMSA M2M)",
      modem_up, "modem up NAS WMS"},

@@ -55,7 +55,7 @@ int traffic(const ctl::Args &args, ctl::Output &out) {
   return 0;
 }
 
-ctl::Registrar reg({
+ctl::ModemRegistrar reg({
     {"data ipa show", "[--clear]", "the requests the simulated IPA driver received, and what it holds", ipa_show,
      "data ipa show"},
     {"modem wds traffic", "4|6 TX_BYTES RX_BYTES",

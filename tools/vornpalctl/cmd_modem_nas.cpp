@@ -101,7 +101,7 @@ int sim_slot(const ctl::Args &args, ctl::Output &out) {
   return 0;
 }
 
-ctl::Registrar reg({
+ctl::ModemRegistrar reg({
     {"modem cells", "", "the cells the simulated device hears (* serving)", cells, "modem cells"},
     {"modem network", "", "the simulated network's view of the registration", network,
      "modem network"},

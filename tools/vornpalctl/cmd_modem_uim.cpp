@@ -64,7 +64,7 @@ int cards(const ctl::Args &, ctl::Output &out) {
   return 0;
 }
 
-ctl::Registrar reg({
+ctl::ModemRegistrar reg({
     {"modem sim", "", "the simulated modem's cards, profiles and channels", cards, "modem sim"},
     {"modem sim remove", "SLOT", "take the card out of a slot (0 USIM, 1 eUICC)", remove,
      "modem sim remove 0"},

@@ -88,7 +88,7 @@ int ims_subscriptions(const ctl::Args &args, ctl::Output &out) {
   return 0;
 }
 
-ctl::Registrar reg({
+ctl::ModemRegistrar reg({
     {"modem ussd notify", "TEXT [--ucs2]", "the network sends a USSD notification", ussd_notify,
      "modem ussd notify 'Bundle ends tomorrow'"},
     {"modem ussd request", "TEXT [--ucs2]", "the network asks a USSD question", ussd_request,

@@ -73,7 +73,7 @@ int restore(const ctl::Args &, ctl::Output &out) {
   return profiles({}, out);
 }
 
-ctl::Registrar reg({
+ctl::ModemRegistrar reg({
     {"modem wds profiles", "", "the simulated modem's profile store", profiles, "modem wds profiles"},
     {"modem wds sessions", "", "the data sessions of this run", sessions, "modem wds sessions"},
     {"modem wds fail-start", "REASON [VTYPE VREASON [COUNT]]",

@@ -44,6 +44,23 @@ class Output {
   std::vector<std::string> lines_;
 };
 
+// A command's output and errors go to the process's standard output and
+// error, or, while a Capture lives on the calling thread, into it (the
+// modem daemon runs commands for other processes so).
+struct Capture {
+  Capture();
+  ~Capture();
+  Capture(const Capture &) = delete;
+  Capture &operator=(const Capture &) = delete;
+  std::string out;
+  std::string err;
+
+ private:
+  Capture *previous_;
+};
+void print_out(const std::string &text);
+void print_err(const std::string &text);
+
 std::string json_string(const std::string &text);
 std::string hex(const void *data, size_t len);
 // Hexadecimal text (either case) to bytes; false for an odd length or a
@@ -61,17 +78,32 @@ struct Command {
   // Command lines for the manual page's examples, without the leading
   // "vornpalctl", one a line; null when the command has none.
   const char *example = nullptr;
+  // A control of the simulated modem itself: with a modem daemon, the
+  // command runs in the daemon, on its modem.
+  bool in_modem = false;
 };
 
 struct Registrar {
   Registrar(std::initializer_list<Command> commands);
 };
+// The registrar of the simulated modem's own commands (in_modem).
+struct ModemRegistrar {
+  ModemRegistrar(std::initializer_list<Command> commands);
+};
+
+// The command whose path matches the most leading words (`consumed` of
+// them), or null.
+const Command *find_command(const Args &words, size_t &consumed);
+// Runs the command `words` name, as the tool does; 2 when there is none.
+int run_words(const Args &words, bool json);
 
 // Every registered command, sorted by path.
 std::vector<Command> sorted_commands();
 // The synopsis and the description of the tool, as --help prints them.
 extern const char *const kUsage;
 extern const char *const kAbout;
+// --help: the synopsis, the description and every command.
+void print_help();
 // The manual page (roff) and the bash completion script, from the commands.
 void print_manual();
 void print_bash_completion();

@@ -51,6 +51,30 @@ std::string hex(const void *data, size_t len) {
   return out;
 }
 
+namespace {
+// Where a command's output goes while a Capture lives on this thread.
+thread_local Capture *t_capture = nullptr;
+}  // namespace
+
+Capture::Capture() : previous_(t_capture) { t_capture = this; }
+Capture::~Capture() { t_capture = previous_; }
+
+void print_out(const std::string &text) {
+  if (t_capture != nullptr) {
+    t_capture->out += text;
+  } else {
+    std::fputs(text.c_str(), stdout);
+  }
+}
+
+void print_err(const std::string &text) {
+  if (t_capture != nullptr) {
+    t_capture->err += text;
+  } else {
+    std::fputs(text.c_str(), stderr);
+  }
+}
+
 Output::~Output() { flush(); }
 
 void Output::field(const std::string &name, const std::string &value) {
@@ -78,18 +102,18 @@ void Output::flush() {
       for (size_t i = 0; i < lines_.size(); ++i) object += (i ? ", " : "") + json_string(lines_[i]);
       object += "]";
     }
-    std::printf("%s}\n", object.c_str());
+    print_out(object + "}\n");
   } else {
-    for (const auto &[name, value] : fields_) std::printf("%s: %s\n", name.c_str(), value.c_str());
-    for (const auto &text : lines_) std::printf("%s\n", text.c_str());
+    for (const auto &[name, value] : fields_) print_out(name + ": " + value + "\n");
+    for (const auto &text : lines_) print_out(text + "\n");
   }
-  std::fflush(stdout);
+  if (t_capture == nullptr) std::fflush(stdout);
   fields_.clear();
   lines_.clear();
 }
 
 int usage_error(const Command &command) {
-  std::fprintf(stderr, "usage: vornpalctl %s %s\n", command.path, command.usage);
+  print_err(std::string("usage: vornpalctl ") + command.path + " " + command.usage + "\n");
   return 2;
 }
 

@@ -10,6 +10,13 @@
 //
 // Durations given here are modem milliseconds; like the library's own waits
 // they are divided by VORNPAL_TIME_SCALE.
+//
+// In a process that uses the modem daemon (VORNSIM_SOCKET, see
+// <vornsim/daemon.h>) the calls act on the daemon's modem, shared with the
+// other processes, except on(), whose handler is code of this process (it
+// aborts with a message there), and the diag sink, which stays each
+// process's own. A request's `client` is then the daemon's handle: compare
+// it, or give it back to indicate_to() and client_live().
 #pragma once
 
 #include <cstdint>

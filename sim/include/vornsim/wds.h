@@ -5,7 +5,11 @@
 // and the LTE attach parameters, and runs one session per client for the IP
 // family the client asks for, on the data port (mux id) it bound. A session
 // that comes up has its addresses, gateway, DNS servers and MTU, reported as
-// run-time settings and by the packet-service status indication.
+// run-time settings and by the packet-service status indication. A client
+// (of another process that shares the modem) that starts a profile's call
+// of a family that is up already joins that call: its start succeeds with
+// the connected report, on the call's link, and the link stays until the
+// last client of the call stops.
 //
 // The platform's network manager is simulated too: when a session comes up
 // it makes the data interface "rmnet_data<N>" (N = mux id - 1) a real link in
@@ -60,8 +64,9 @@ std::vector<SessionView> sessions();
 // reason).
 void fail_next_start(uint32_t call_end_reason, uint32_t verbose_type, uint32_t verbose_reason,
                      int count = 1);
-// The network ends a session: the disconnected report with the reasons.
-// False when the profile has no session of that family.
+// The network ends a call: the disconnected report with the reasons, to
+// every client that shares it. False when the profile has no session of
+// that family.
 bool drop(uint32_t profile, int family, uint32_t call_end_reason, uint32_t verbose_type = 0,
           uint32_t verbose_reason = 0);
 // IPv6 sessions report a link-local address (fe80::<id>); the network
