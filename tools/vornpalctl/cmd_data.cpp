@@ -9,11 +9,9 @@
 #include <arpa/inet.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,19 +20,13 @@
 #include <vornpal/network.h>
 
 #include "ctl.h"
+#include "event_inbox.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Received = ctl::EventInbox::Event;
 
-struct Received {
-  int id;
-  std::vector<uint8_t> data;
-};
-
-std::mutex events_mutex;
-std::condition_variable events_changed;
-std::vector<Received> received;
+ctl::EventInbox inbox;
 ctl::Emit watch_emit;
 
 const char *state_name(int state) {
@@ -69,12 +61,7 @@ std::string describe(int id, const void *data, int size) {
 
 void on_event(int id, void *data, int size, void *) {
   if (watch_emit) watch_emit("data", describe(id, data, size));
-  std::lock_guard<std::mutex> lock(events_mutex);
-  Received event{id, {}};
-  if (data != nullptr && size > 0)
-    event.data.assign(static_cast<uint8_t *>(data), static_cast<uint8_t *>(data) + size);
-  received.push_back(std::move(event));
-  events_changed.notify_all();
+  inbox.add(static_cast<uint32_t>(id), data, size > 0 ? static_cast<size_t>(size) : 0);
 }
 
 // The family, started once for the command, with the event collector.
@@ -86,22 +73,6 @@ bool start_family(ctl::Output &out) {
   }();
   if (started != 0) ctl::fail(out, "the data family did not start", started);
   return started == 0;
-}
-
-size_t events_so_far() {
-  std::lock_guard<std::mutex> lock(events_mutex);
-  return received.size();
-}
-
-// Waits until `done` holds for the events after the first `seen`, or the
-// time runs out; the events after `seen`.
-template <class Done>
-std::vector<Received> wait_events(size_t seen, double seconds, Done done) {
-  std::unique_lock<std::mutex> lock(events_mutex);
-  auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-  auto later = [&] { return std::vector<Received>(received.begin() + static_cast<long>(seen), received.end()); };
-  events_changed.wait_until(lock, deadline, [&] { return done(later()); });
-  return later();
 }
 
 bool profile_arg(const ctl::Args &args, size_t index, int &cid) {
@@ -283,9 +254,8 @@ int status(const ctl::Args &args, ctl::Output &out) {
 
 // The call-status events of the run after `seen`, printed.
 void show_events(size_t seen, ctl::Output &out) {
-  std::lock_guard<std::mutex> lock(events_mutex);
-  for (size_t i = seen; i < received.size(); ++i)
-    out.line(describe(received[i].id, received[i].data.data(), static_cast<int>(received[i].data.size())));
+  for (const Received &e : inbox.since(seen))
+    out.line(describe(static_cast<int>(e.id), e.data.data(), static_cast<int>(e.data.size())));
 }
 
 // Families of the profile's call that are up in this run.
@@ -300,12 +270,12 @@ size_t families_up(int cid) {
 
 int disconnect_call(int cid, bool async, ctl::Output &out) {
   const size_t families = families_up(cid);
-  const size_t seen = events_so_far();
+  const size_t seen = inbox.count();
   int rc = async ? vorn_data_pal_async_disconnect(cid) : vorn_data_pal_disconnect(cid);
   if (rc != 0) return ctl::fail(out, "no call of profile " + std::to_string(cid) + " to end in this run", rc);
   // The call is down once its events came: event 0 of each family that was
   // up, and event 4 or 5 of the thread.
-  wait_events(seen, 15, [async, families](const std::vector<Received> &got) {
+  inbox.wait(seen, 15, [async, families](const std::vector<Received> &got) {
     size_t status = 0;
     bool thread_done = !async;
     for (const Received &e : got) {
@@ -334,14 +304,14 @@ int connect(const ctl::Args &args, ctl::Output &out) {
   // The call takes the profile's type as the modem has it.
   data_profile_settings stored{};
   vorn_data_pal_read_connect_setting(cid, &stored);
-  const size_t seen = events_so_far();
+  const size_t seen = inbox.count();
   int rc = async ? vorn_data_pal_async_connect(cid) : vorn_data_pal_connect(cid);
   if (rc != 0 && rc != VORN_DATA_ALREADY_CONNECTED) {
     show_events(seen, out);
     return ctl::fail(out, "profile " + std::to_string(cid) + " did not connect", rc);
   }
   // Up once its interface has settled: event 0 (or 2 and 3 of the thread).
-  wait_events(seen, 30, [async](const std::vector<Received> &events) {
+  inbox.wait(seen, 30, [async](const std::vector<Received> &events) {
     for (const Received &e : events)
       if (async ? e.id == VORN_DATA_EVENT_CONNECT_DONE || e.id == VORN_DATA_EVENT_CONNECT_FAILED
                 : e.id == VORN_DATA_EVENT_CALL_STATUS)
@@ -350,7 +320,7 @@ int connect(const ctl::Args &args, ctl::Output &out) {
   });
   // A dual-stack call has an event for each family.
   const size_t families = stored.pdp_type == VORN_DATA_PDP_IPV4V6 ? 2 : 1;
-  wait_events(seen, 15, [families](const std::vector<Received> &events) {
+  inbox.wait(seen, 15, [families](const std::vector<Received> &events) {
     size_t status = 0;
     for (const Received &e : events) status += e.id == VORN_DATA_EVENT_CALL_STATUS;
     return status >= families;

@@ -2,11 +2,9 @@
 // registration, attach and detach, data roaming, and the family's events in
 // `watch`.
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -15,6 +13,7 @@
 
 #include "cmd_network.h"
 #include "ctl.h"
+#include "event_inbox.h"
 #include "network/info_groups.h"
 
 namespace {
@@ -23,14 +22,9 @@ using Clock = std::chrono::steady_clock;
 
 // ---- events ------------------------------------------------------------------------
 
-struct Received {
-  uint32_t id;
-  std::vector<uint8_t> data;
-};
+using Received = ctl::EventInbox::Event;
 
-std::mutex events_mutex;
-std::condition_variable events_changed;
-std::vector<Received> received;
+ctl::EventInbox inbox;
 ctl::Emit watch_emit;
 
 std::string name_of(const char *field, size_t size) { return std::string(field, strnlen(field, size)); }
@@ -107,12 +101,7 @@ std::string describe(uint32_t id, const void *data, uint32_t length) {
 
 void on_event(uint32_t id, void *payload, uint32_t length, uint32_t) {
   if (watch_emit) watch_emit("network", describe(id, payload, length));
-  std::lock_guard<std::mutex> lock(events_mutex);
-  Received event{id, {}};
-  if (payload != nullptr)
-    event.data.assign(static_cast<uint8_t *>(payload), static_cast<uint8_t *>(payload) + length);
-  received.push_back(std::move(event));
-  events_changed.notify_all();
+  inbox.add(id, payload, length);
 }
 
 }  // namespace
@@ -143,26 +132,6 @@ bool netctl::start_m2m(ctl::Output &out) {
 namespace {
 
 using netctl::start_family;
-
-// The events of `id` that came after `seen` events in all, waiting until
-// `done` holds or `seconds` pass.
-template <class Done>
-std::vector<Received> wait_events(uint32_t id, size_t seen, double seconds, Done done) {
-  std::unique_lock<std::mutex> lock(events_mutex);
-  auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-  std::vector<Received> got;
-  for (;;) {
-    got.clear();
-    for (size_t i = seen; i < received.size(); ++i)
-      if (received[i].id == id) got.push_back(received[i]);
-    if (done(got) || events_changed.wait_until(lock, deadline) == std::cv_status::timeout) return got;
-  }
-}
-
-size_t events_so_far() {
-  std::lock_guard<std::mutex> lock(events_mutex);
-  return received.size();
-}
 
 // ---- network info ------------------------------------------------------------------
 
@@ -279,7 +248,7 @@ int scan(const ctl::Args &args, ctl::Output &out) {
     if (!found) return ctl::fail(out, "usage: network scan [all|gsm|umts|lte|nr|lte-nr]", 2);
   }
   if (!start_family(out)) return 1;
-  size_t seen = events_so_far();
+  size_t seen = inbox.count();
   vorn_network_scan_result request{};
   request.request[0] = code;
   int rc = vorn_network_pal_scan(0, &request);
@@ -289,8 +258,9 @@ int scan(const ctl::Args &args, ctl::Output &out) {
   size_t reports = 0;
   auto start = Clock::now();
   while (Clock::now() - start < std::chrono::seconds(120)) {
-    auto got = wait_events(VORN_NETWORK_EVENT_SCAN_RESULT, seen, 12.0,
-                           [reports](const std::vector<Received> &now) { return now.size() > reports; });
+    auto got = inbox.wait(
+        seen, 12.0, [reports](const std::vector<Received> &now) { return now.size() > reports; },
+        VORN_NETWORK_EVENT_SCAN_RESULT);
     if (got.size() <= reports) break;
     reports = got.size();
     if (!out.json()) out.line("report " + std::to_string(reports) + ": " + describe(VORN_NETWORK_EVENT_SCAN_RESULT, got.back().data.data(), static_cast<uint32_t>(got.back().data.size())));
@@ -335,15 +305,17 @@ int register_network(const ctl::Args &args, ctl::Output &out) {
     vorn_network_pal_get_network_info(0, &now);
     std::snprintf(reg.plmn, sizeof reg.plmn, "%s", name_of(now.plmn_text, sizeof now.plmn_text).c_str());
   }
-  size_t seen = events_so_far();
+  size_t seen = inbox.count();
   int rc = vorn_network_pal_register(0, &reg);
   if (rc != 0) return ctl::fail(out, "the registration request failed", rc);
-  auto answered = wait_events(VORN_NETWORK_EVENT_REGIST_RESP, seen, 10.0,
-                              [](const std::vector<Received> &got) { return !got.empty(); });
+  auto answered = inbox.wait(
+      seen, 10.0, [](const std::vector<Received> &got) { return !got.empty(); },
+      VORN_NETWORK_EVENT_REGIST_RESP);
   out.field("answered", !answered.empty());
   // The network takes the request a moment later.
-  auto reports = wait_events(VORN_NETWORK_EVENT_NET_INFO, seen, 5.0,
-                             [](const std::vector<Received> &got) { return !got.empty(); });
+  auto reports = inbox.wait(
+      seen, 5.0, [](const std::vector<Received> &got) { return !got.empty(); },
+      VORN_NETWORK_EVENT_NET_INFO);
   vorn_network_info info{};
   info.sys_info.valid = 1;
   info.ps_info.valid = 1;
