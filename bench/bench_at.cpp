@@ -17,22 +17,20 @@
 #include <vornsim/sim.h>
 
 #include "paired.h"
+#include "quiet_modem.h"
 #include "responder.h"
 
 namespace {
 
 atr::Answer fixed_ok(const std::string &) { return {{}, true, std::string("\r\nOK\r\n")}; }
 
-void quiet_modem() {
+void fresh_modem() {
   vorn_m2m_pal_deinit();
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
 }
 
 void BM_AtRoundTripFromModem(benchmark::State &state) {
-  quiet_modem();
+  fresh_modem();
   atr::Responder server;
   if (!server.start()) return state.SkipWithError("127.0.0.1:5555 taken");
   for (auto _ : state) {
@@ -47,7 +45,7 @@ BENCHMARK(BM_AtRoundTripFromModem);
 // datagram each way) to one server, side by side (paired.h); the server's
 // thread does part of the work, so on the wall clock.
 void BM_AtRoundTripVsBareUdp(benchmark::State &state) {
-  quiet_modem();
+  fresh_modem();
   atr::Responder server({}, fixed_ok);
   if (!server.start()) return state.SkipWithError("127.0.0.1:5555 taken");
   int fd = socket(AF_INET, SOCK_DGRAM, 0);

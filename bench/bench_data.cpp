@@ -22,6 +22,7 @@
 #include <vornsim/wds.h>
 
 #include "data/event_word.h"
+#include "quiet_modem.h"
 
 namespace {
 
@@ -44,10 +45,7 @@ void wait_past(const std::atomic<uint64_t> &counter, uint64_t before) {
 
 void fresh_family() {
   vorn_data_pal_deinit();
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
   vorn_data_pal_init();
   vorn_data_pal_event_register(on_event, nullptr);
   data_profile_settings s{};

@@ -14,6 +14,8 @@
 #include <vornsim/wds.h>
 #include <vornsim/wds_stats.h>
 
+#include "quiet_modem.h"
+
 namespace {
 
 std::atomic<int> families_up{0};
@@ -26,10 +28,7 @@ void on_stats_bench_event(int id, void *data, int, void *) {
 
 bool dual_stack_call() {
   vorn_data_pal_deinit();
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
   families_up = 0;
   vorn_data_pal_init();
   vorn_data_pal_event_register(on_stats_bench_event, nullptr);

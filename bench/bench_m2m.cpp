@@ -13,6 +13,7 @@
 #include <vornsim/sim.h>
 
 #include "paired.h"
+#include "quiet_modem.h"
 
 namespace {
 
@@ -23,10 +24,7 @@ const std::string kItem(500, '\x5A');
 // started client, quiet logging.
 void fresh_modem() {
   vorn_m2m_pal_deinit();
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
   vorn_m2m_pal_write_nv_by_path(kPath, kItem.data(), 500);
 }
 

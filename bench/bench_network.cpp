@@ -24,6 +24,7 @@
 #include "network/info_groups.h"
 #include "network/messages.h"
 #include "paired.h"
+#include "quiet_modem.h"
 
 namespace {
 
@@ -34,10 +35,7 @@ namespace vn = vorn::network;
 
 void fresh_family() {
   vorn_network_pal_deinit();
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
   vorn_network_pal_init();
   vornsim::drain();
 }

@@ -15,6 +15,7 @@
 #include <vornsim/uim.h>
 
 #include "paired.h"
+#include "quiet_modem.h"
 #include "usim/messages.h"
 
 namespace {
@@ -24,10 +25,7 @@ namespace vu = vorn::usim;
 // A fresh modem that keeps no record of requests, the family started and
 // its first card report taken, quiet logging.
 void fresh_modem() {
-  vornsim::reset();
-  vornsim::set_diag_record(false);
-  vornsim::set_request_record(0);
-  vorn_set_log_level(1);
+  bench::quiet_modem();
   vorn_usim_pal_init();
   usim_state_record state{};
   vorn_usim_pal_get_usim_state(&state);
